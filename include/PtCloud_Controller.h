@@ -1,0 +1,82 @@
+#pragma once
+
+#include "PtCloud_Types.h"
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QString>
+
+namespace ptCloud
+{
+
+/// The command layer: it knows the LAS files of a project by name, and every change goes through a `doCmd_*` operation
+/// that gives one `EEPtCloudActResult` and, on success, emits one signal.
+///
+///     PtCloud_Controller controller;
+///     QObject::connect(&controller, &PtCloud_Controller::sg_LasFile_Added, show);
+///     QString name;
+///     if (controller.doCmd_LasFile_Import({path}, &name) != ActResult_Success)
+///         return;
+///
+/// Names are looked up letter for letter, while clashes are tested without regard to case: "abc" does not find "ABC",
+/// yet "ABC" can't be made beside "abc". A failed command changes nothing and emits nothing. Calls come from one
+/// thread, one at a time. `reset`, and with it the destructor, stops every worker program on the machine and processes
+/// events for up to 100 ms, so slots and timers of the host can run inside; a slot must not delete the controller then.
+class POINTS_CLOUD_EXPORT PtCloud_Controller : public QObject
+{
+    Q_OBJECT
+
+public:
+    PtCloud_Controller();
+    ~PtCloud_Controller() override;
+
+    /// Sets the project directory. Nothing is checked and nothing else changes.
+    void setDir(const QString &dir);
+
+    /// Stops any worker and processes events for up to 100 ms. The registries stay.
+    void reset();
+
+    /// Checks that a LAS file loads and registers its path, as given, under its file name; "_" is put in front as often
+    /// as the name clashes. The file itself is not kept open.
+    ///
+    /// @param registeredName  may be null; receives the name on success
+    /// @return `ActResult_Success`, or `ActResult_FileError` for a file that does not load
+    EEPtCloudActResult doCmd_LasFile_Import(const stControlParam_LasFile_Import &param, QString *registeredName);
+
+    /// Forgets a LAS file. The file on disk and the data sets made from it stay.
+    ///
+    /// @return `ActResult_Success`, or `ActResult_NotFound`
+    EEPtCloudActResult doCmd_LasFile_Remove(const stControlParam_LasFile_Remove &param);
+
+    /// Assigns the LAS registry, name to path, to `out`.
+    void getLasFilepaths(QMap<QString, QString> &out) const;
+
+    /// Appends the columns that a registered LAS file can supply; nothing for an unknown name and a file that does not
+    /// load.
+    void getLasFileColumns(const QString &name, QList<EDataSetColumn> &out);
+
+Q_SIGNALS:
+    /// A LAS file was registered under this name.
+    void sg_LasFile_Added(QString);
+    /// The LAS file of this name is no longer registered.
+    void sg_LasFile_Removed(QString);
+    /// A data set was made, copied or merged.
+    void sg_DataSet_Added(QString);
+    /// A data set was removed.
+    void sg_DataSet_Removed(QString);
+    /// A data set was renamed: old name, new name.
+    void sg_DataSet_Renamed(QString, QString);
+    /// For the host to raise; the library never does.
+    void sg_DataSetFunction_Progress(int, QString);
+    /// For the host to raise; the library never does.
+    void sg_DataSetFunction_Result(EEPtCloudActResult);
+
+private:
+    void clear();
+
+    QString m_dir;
+    QMap<QString, QString> m_lasFiles; ///< registered name to path, as received
+};
+
+} // namespace ptCloud

@@ -1,0 +1,16 @@
+#pragma once
+
+/// \file
+/// The whole library in one header.
+
+#include "IDataSetReader.h"
+#include "ILongLiveActionProgress.h"
+#include "LasFile.h"
+#include "LasRecords.h"
+#include "PtCloud_Controller.h"
+#include "PtCloud_DataSetFile.h"
+#include "PtCloud_Types.h"
+#include "pcBoundingVolume.h"
+#include "pcVec.h"
+#include "points_cloud_global.h"
+#include "stPtCloud_PointArray.h"

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+/// All that differs between operating systems: one header, one implementation file a system, picked by the build.
+namespace ptCloud::platform
+{
+
+/// Stops every worker program of this user on this machine.
+///
+/// A worker is a process whose program file is named `open3d_wrapper` or `open3d_wrapper_d` (".exe" on Windows): the
+/// name of the file that runs, never an argument, a folder or a part of a name. Elsewhere than on Windows the call
+/// waits, at most a second, until they are gone; on Windows it starts the system's own command and does not wait. The
+/// calling process itself is left alone.
+void stopWorkers();
+
+/// Releases a shared memory block that a crashed process left behind under `key`, so that it can be created again. A
+/// block that a live process holds stays.
+void releaseStaleSharedMemory(const QString &key);
+
+/// Gives an open file the size `size` with disk space behind every byte. False, and the size as before, where there is
+/// not enough space or the file can't be sized.
+///
+/// A file that is merely resized is sparse on many systems: a full disk then shows only when the bytes are written.
+bool reserveFileSpace(QFile &file, qint64 size);
+
+/// Milliseconds of a steady clock, in 32 bits that wrap around after 49.7 days.
+quint32 tickCount();
+
+} // namespace ptCloud::platform

@@ -1,0 +1,114 @@
+#include "System.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSharedMemory>
+#include <QThread>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ptCloud::platform
+{
+
+namespace
+{
+
+constexpr int workerExitTimeoutMs = 1000;
+
+/// The base name of the program file that process `pid` runs; empty where it has none (ended, or a kernel thread).
+QByteArray programName(pid_t pid)
+{
+    char target[4096];
+    const QByteArray link = "/proc/" + QByteArray::number(static_cast<qlonglong>(pid)) + "/exe";
+    const ssize_t length = ::readlink(link.constData(), target, sizeof target);
+    if (length <= 0)
+        return {};
+    QByteArray path(target, static_cast<int>(length));
+    // The kernel marks a program whose file was replaced or removed while it runs.
+    const QByteArray mark(" (deleted)");
+    if (path.endsWith(mark))
+        path.chop(mark.size());
+    return path.mid(path.lastIndexOf('/') + 1);
+}
+
+bool isWorker(pid_t pid)
+{
+    const QByteArray name = programName(pid);
+    return name == "open3d_wrapper" || name == "open3d_wrapper_d";
+}
+
+bool isOurs(pid_t pid)
+{
+    struct stat info = {};
+    const QByteArray path = "/proc/" + QByteArray::number(static_cast<qlonglong>(pid));
+    return ::stat(path.constData(), &info) == 0 && info.st_uid == ::geteuid();
+}
+
+std::vector<pid_t> findWorkers()
+{
+    std::vector<pid_t> workers;
+    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &entry : entries) {
+        bool isNumber = false;
+        const pid_t pid = entry.toInt(&isNumber);
+        if (isNumber && pid != ::getpid() && isOurs(pid) && isWorker(pid))
+            workers.push_back(pid);
+    }
+    return workers;
+}
+
+} // namespace
+
+void stopWorkers()
+{
+    const std::vector<pid_t> workers = findWorkers();
+    for (const pid_t pid : workers)
+        ::kill(pid, SIGKILL);
+
+    // An ended process has no program any more, so a child that nobody has collected yet does not hold us up.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(workerExitTimeoutMs);
+    for (const pid_t pid : workers) {
+        while (isWorker(pid) && std::chrono::steady_clock::now() < deadline)
+            QThread::msleep(1);
+    }
+}
+
+void releaseStaleSharedMemory(const QString &key)
+{
+    // The last process that detaches removes the block; one that crashed never detached.
+    QSharedMemory block(key);
+    if (block.attach())
+        block.detach();
+}
+
+bool reserveFileSpace(QFile &file, qint64 size)
+{
+    const qint64 sizeBefore = file.size();
+    if (size < 0 || !file.resize(size))
+        return false;
+    int error = 0;
+    if (size > 0) {
+        do {
+            error = ::posix_fallocate(file.handle(), 0, size);
+        } while (error == EINTR);
+    }
+    if (error == 0)
+        return true;
+    file.resize(sizeBefore);
+    return false;
+}
+
+quint32 tickCount()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<quint32>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+}
+
+} // namespace ptCloud::platform

@@ -1,0 +1,8 @@
+#include "ILongLiveActionProgress.h"
+
+namespace ptCloud
+{
+
+ILongLiveActionProgress::~ILongLiveActionProgress() = default;
+
+} // namespace ptCloud

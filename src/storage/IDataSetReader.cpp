@@ -1,0 +1,8 @@
+#include "IDataSetReader.h"
+
+namespace ptCloud
+{
+
+IDataSetReader::~IDataSetReader() = default;
+
+} // namespace ptCloud
