@@ -1,9 +1,10 @@
 #pragma once
 
 #include "LasRecords.h"
-#include "points_cloud_global.h"
+#include "PtCloud_Types.h"
 
 #include <QFile>
+#include <QList>
 #include <QString>
 
 #include <deque>
@@ -53,6 +54,10 @@ public:
     unsigned char getFormat() const { return m_format; }
     /// Point format in the header of the loaded file, else 255.
     unsigned char getPointDataFormat() const;
+    /// Whether the last file's colours are 8-bit values, as far as a sample of its records tells; false without colours.
+    bool isColor256() const { return m_isColor256; }
+    /// Appends the columns that records of the loaded file fill, in ascending order; nothing while unloaded.
+    void getColumns(QList<EDataSetColumn> &columns) const;
     /// Number in the header of the loaded file, else 4294967295.
     unsigned int getNumberOfVariableLengthRecords() const;
     /// Head `index` of all heads read since construction, those of earlier loads in front; null beyond them. The bytes

@@ -16,6 +16,9 @@ bool isInside(const QString &dir, const QString &ancestor)
 
 bool copyFile(const QString &from, const QString &to, bool overwrite)
 {
+    // Reading a pipe or a device would wait for ever.
+    if (!QFileInfo(from).isFile())
+        return false;
     const QFileInfo target(to);
     if (overwrite && (target.isFile() || target.isSymLink()) && !QFile::remove(to))
         return false;

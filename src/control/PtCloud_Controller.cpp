@@ -1,7 +1,6 @@
 #include "PtCloud_Controller.h"
 
 #include "LasFile.h"
-#include "LasFormat.h"
 #include "System.h"
 
 #include <QCoreApplication>
@@ -102,10 +101,8 @@ void PtCloud_Controller::getLasFileColumns(const QString &name, QList<EDataSetCo
 {
     const auto it = m_lasFiles.constFind(name);
     LasFile file;
-    if (it == m_lasFiles.cend() || !file.load(*it, 1))
-        return;
-    if (const LasFormat *format = findLasFormat(file.getFormat()))
-        out.append(lasColumns(*format));
+    if (it != m_lasFiles.cend() && file.load(*it, 1))
+        file.getColumns(out);
 }
 
 } // namespace ptCloud

@@ -178,6 +178,12 @@ quint32 LasFile::numberOfPointRecords() const
     return m_head_ver_1_3 ? m_head_ver_1_3->numberOfPointRecords : 0;
 }
 
+void LasFile::getColumns(QList<EDataSetColumn> &columns) const
+{
+    if (const LasFormat *format = findLasFormat(getPointDataFormat()))
+        columns.append(lasColumns(*format));
+}
+
 const stLasFileVariableLengthHead *LasFile::variableLenHead(unsigned int index) const
 {
     const bool isHeld =

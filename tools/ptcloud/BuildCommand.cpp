@@ -1,0 +1,194 @@
+#include "ColumnNames.h"
+#include "Commands.h"
+#include "LasReport.h"
+#include "LibraryLog.h"
+
+#include "LasFile.h"
+#include "PtCloud_DataSetFile.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+using namespace ptCloud;
+
+namespace
+{
+
+struct BuildOptions
+{
+    std::string out;
+    std::vector<std::string> lasFiles;
+    std::string columns = "all";
+    unsigned int buffer = 1000000;
+};
+
+/// Loaded files, side by side in memory: the library walks them in the order of their addresses, which this makes the
+/// order of the command line.
+struct LasFiles
+{
+    std::unique_ptr<LasFile[]> files;
+    QList<const LasFile *> pointers;
+    std::vector<LasReport> reports;
+};
+
+/// Building cuts the target to nothing first, so it must not be one of the sources, nor a file of another kind that
+/// stands there by a slip of the command line.
+void refuseToOverwrite(const QString &out, const std::vector<std::string> &sources)
+{
+    const QFileInfo target(out);
+    if (!target.exists())
+        return;
+    for (const std::string &source : sources) {
+        if (QFileInfo(argument(source)).canonicalFilePath() == target.canonicalFilePath())
+            throw CommandError(
+                QStringLiteral("%1 is one of the LAS files and would be overwritten; name another target")
+                    .arg(quoted(out)));
+    }
+    if (!target.isFile())
+        throw CommandError(QStringLiteral("%1 is not a regular file; name another target").arg(quoted(out)));
+    const LibraryLog silence;
+    PtCloud_DataSetFile file;
+    file.setFile(out);
+    if (target.size() != 0 && !file.openFile())
+        throw CommandError(
+            QStringLiteral("%1 exists and is no sound data set file; remove it first or name another target")
+                .arg(quoted(out)));
+}
+
+LasFiles load(const BuildOptions &options)
+{
+    LasFiles las;
+    las.files = std::make_unique<LasFile[]>(options.lasFiles.size());
+    for (std::size_t i = 0; i < options.lasFiles.size(); ++i) {
+        const QString path = argument(options.lasFiles[i]);
+        if (!las.files[i].load(path, options.buffer)) {
+            const LasReport report = reportOnFile(path);
+            throw CommandError(QStringLiteral("%1 does not load: %2").arg(quoted(path), report.why),
+                               QStringLiteral("ActResult_FileError"));
+        }
+        las.pointers.append(&las.files[i]);
+        las.reports.push_back(reportOnLoaded(las.files[i]));
+    }
+    return las;
+}
+
+/// The columns asked for; "all" are those that every file can supply.
+QList<EDataSetColumn> chooseColumns(const BuildOptions &options, const LasFiles &las)
+{
+    if (options.columns != "all")
+        return parseColumns(argument(options.columns));
+    QList<EDataSetColumn> columns = las.reports.front().columns;
+    for (const LasReport &report : las.reports) {
+        const auto isMissing = [&report](EDataSetColumn column) { return !report.columns.contains(column); };
+        columns.erase(std::remove_if(columns.begin(), columns.end(), isMissing), columns.end());
+    }
+    return columns;
+}
+
+void build(PtCloud_DataSetFile &file, const LasFiles &las, const QList<EDataSetColumn> &columns)
+{
+    qint64 all = 0;
+    for (const LasReport &report : las.reports)
+        all += report.announced;
+    Progress progress(QStringLiteral("reading"));
+    qint64 ofEarlierFiles = 0;
+    qint64 inThisFile = 0;
+    const LibraryLog log([&](qint64 done, qint64) {
+        if (done < inThisFile)
+            ofEarlierFiles += inThisFile;
+        inThisFile = done;
+        progress.show(all == 0 ? 1.0 : static_cast<double>(ofEarlierFiles + done) / static_cast<double>(all));
+    });
+    if (file.makeDataSet_byLasFile(las.pointers, columns))
+        return;
+
+    QString why = QStringLiteral("it can't be written (is the directory there, and is there room on the disk?)");
+    if (log.failure().contains(QLatin1String("points is empty")))
+        why = QStringLiteral("no point lies in the range that the last file's header tells");
+    else if (log.failure().contains(QLatin1String("reallocBufMems")))
+        why = QStringLiteral("memory is short");
+    else if (!log.failure().isEmpty())
+        why = QStringLiteral("there is no room for it on the disk");
+    throw CommandError(QStringLiteral("%1 was not built: %2").arg(quoted(file.getFilepath()), why),
+                       QStringLiteral("ActResult_MakeFailed"));
+}
+
+qint64 pointsIn(PtCloud_DataSetFile &file, int &blocks)
+{
+    const LibraryLog silence;
+    file.openFile();
+    QMap<int, std::tuple<unsigned int, pcBoundingBoxf>> map;
+    file.getBlocks(map);
+    file.closeFile();
+    blocks = map.size();
+    qint64 points = 0;
+    for (const auto &block : qAsConst(map))
+        points += std::get<0>(block);
+    return points;
+}
+
+void run(Console &console, const BuildOptions &options)
+{
+    const QString out = argument(options.out);
+    refuseToOverwrite(out, options.lasFiles);
+    const LasFiles las = load(options);
+    QStringList warnings;
+    qint64 pointsOfFiles = 0;
+    for (const LasReport &report : las.reports) {
+        for (const QString &warning : report.warnings)
+            warnings << QStringLiteral("%1: %2").arg(quoted(report.file), warning);
+        pointsOfFiles += report.points;
+    }
+    const QList<EDataSetColumn> columns = chooseColumns(options, las);
+    for (const QString &warning : qAsConst(warnings))
+        console.warn(warning);
+
+    PtCloud_DataSetFile file;
+    file.setFile(out);
+    build(file, las, columns);
+
+    int blocks = 0;
+    const qint64 points = pointsIn(file, blocks);
+    if (points < pointsOfFiles) {
+        warnings << QStringLiteral(
+                        "%1 of %2 points lie outside the range of the last file and were left out; make a data set "
+                        "of each file, or repair the range in the header")
+                        .arg(grouped(pointsOfFiles - points), grouped(pointsOfFiles));
+        console.warn(warnings.last());
+    }
+    console.line(QStringLiteral("%1: %2 points in %3 blocks, %4 bytes")
+                     .arg(out, grouped(points), grouped(blocks), grouped(QFileInfo(out).size())));
+    console.line(QStringLiteral("columns: ") + columnNames(columns));
+    console.object({{QStringLiteral("file"), out},
+                    {QStringLiteral("points"), points},
+                    {QStringLiteral("blocks"), blocks},
+                    {QStringLiteral("bytes"), QFileInfo(out).size()},
+                    {QStringLiteral("columns"), columnNumbers(columns)},
+                    {QStringLiteral("warnings"), QJsonArray::fromStringList(warnings)}});
+}
+
+} // namespace
+
+void addBuildCommand(CLI::App &app, Console &console)
+{
+    const auto options = std::make_shared<BuildOptions>();
+    CLI::App *command =
+        app.add_subcommand("build", "Make one block file from LAS files. The grid of blocks is laid over the "
+                                    "range in the header of the last file; points outside are left out");
+    command->add_option("OUT", options->out, "The data set file to write")->required();
+    command->add_option("LAS", options->lasFiles, "LAS files, in the order in which their points are to stand")
+        ->required();
+    command
+        ->add_option("--columns", options->columns,
+                     "Columns by number, such as 0,3,4 (0, the position, among them), or all that every file has")
+        ->capture_default_str();
+    command->add_option("--buffer", options->buffer, "Records per reading step")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, 4294967295U));
+    command->callback([options, &console] { run(console, *options); });
+}

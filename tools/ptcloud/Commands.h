@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Console.h"
+
+#include <CLI/CLI.hpp>
+
+/// Each adds one command to the program: its options, its help and what it does. The callback throws `CommandError`
+/// when the command can't be done.
+void addLasCommand(CLI::App &app, Console &console);
+void addBuildCommand(CLI::App &app, Console &console);
+void addDumpCommand(CLI::App &app, Console &console);
+void addPictureCommand(CLI::App &app, Console &console);
+void addDemoLasCommand(CLI::App &app, Console &console);

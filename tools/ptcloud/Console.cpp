@@ -1,0 +1,93 @@
+#include "Console.h"
+
+#include "Terminal.h"
+
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+
+void print(std::FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+} // namespace
+
+CommandError::CommandError(QString text, QString result)
+    : m_text(std::move(text)), m_result(std::move(result)), m_utf8(m_text.toStdString())
+{}
+
+void Console::line(const QString &text) const
+{
+    if (!json)
+        print(stdout, text + QLatin1Char('\n'));
+}
+
+void Console::object(const QJsonObject &object) const
+{
+    if (json)
+        print(stdout, QString::fromUtf8(QJsonDocument(object).toJson()));
+}
+
+void Console::warn(const QString &text) const
+{
+    print(stderr, QStringLiteral("warning: ") + text + QLatin1Char('\n'));
+}
+
+void Console::fail(const CommandError &error) const
+{
+    const QString result = error.result().isEmpty() ? QString() : QStringLiteral(" (%1)").arg(error.result());
+    print(stderr, QStringLiteral("ptcloud: ") + error.text() + result + QLatin1Char('\n'));
+    object({{QStringLiteral("error"), error.text()}, {QStringLiteral("result"), error.result()}});
+}
+
+Progress::Progress(QString title) : m_title(std::move(title)), m_isTerminal(terminal::standardErrorIsTerminal()) {}
+
+Progress::~Progress()
+{
+    if (m_isTerminal && m_shown >= 0)
+        print(stderr, QStringLiteral("\r\033[K"));
+}
+
+void Progress::show(double fraction)
+{
+    const int steps = m_isTerminal ? 100 : 4;
+    const int step = std::clamp(static_cast<int>(fraction * steps), 0, steps);
+    if (step == m_shown)
+        return;
+    m_shown = step;
+    const QString percent = QString::number(step * 100 / steps).rightJustified(3);
+    if (!m_isTerminal) {
+        print(stderr, QStringLiteral("%1: %2 %\n").arg(m_title, percent));
+        return;
+    }
+    constexpr int width = 40;
+    const int filled = step * width / steps;
+    const QString bar = QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('.'));
+    print(stderr, QStringLiteral("\r%1 [%2] %3 %").arg(m_title, bar, percent));
+}
+
+QString argument(const std::string &text)
+{
+    return QString::fromLocal8Bit(text.data(), static_cast<int>(text.size()));
+}
+
+QString quoted(const QString &path)
+{
+    return QLatin1Char('"') + path + QLatin1Char('"');
+}
+
+QString grouped(qint64 number)
+{
+    QString digits = QString::number(number);
+    const int first = number < 0 ? 1 : 0;
+    for (int at = digits.size() - 3; at > first; at -= 3)
+        digits.insert(at, QLatin1Char(' '));
+    return digits;
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+/// Listens to what the library writes to the debug log, which is how it tells of progress and of the reason for a
+/// failed build. One at a time.
+class LibraryLog
+{
+public:
+    /// `onProgress` gets the records done and all records of the LAS file that is being walked.
+    explicit LibraryLog(std::function<void(qint64 done, qint64 all)> onProgress = {});
+    ~LibraryLog();
+    LibraryLog(const LibraryLog &) = delete;
+    LibraryLog &operator=(const LibraryLog &) = delete;
+
+    /// The last line that told of a failure; empty where there was none.
+    QString failure() const { return m_failure; }
+
+    /// For the message handler.
+    void take(const QString &text);
+
+private:
+    std::function<void(qint64, qint64)> m_onProgress;
+    QString m_failure;
+};
