@@ -15,5 +15,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/points_cloudConfigVersion
 install(FILES ${PROJECT_BINARY_DIR}/points_cloudConfig.cmake ${PROJECT_BINARY_DIR}/points_cloudConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/points_cloud)
 
+# Relative to the file itself, so that an installed tree can be moved.
+file(RELATIVE_PATH POINTS_CLOUD_PC_TO_PREFIX
+  /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/points_cloud.pc.in ${PROJECT_BINARY_DIR}/points_cloud.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/points_cloud.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

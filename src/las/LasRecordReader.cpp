@@ -15,6 +15,7 @@ namespace
 
 constexpr std::size_t smallestPiece = 4U * 1024U;
 constexpr std::size_t largestPiece = 256U * 1024U; // stays in a core's own cache while it is converted
+constexpr auto recordsAtOnce = static_cast<unsigned int>(largestPiece / sizeof(stLasRecord_fmt_5));
 
 } // namespace
 
@@ -30,7 +31,6 @@ void LasRecordReader::read(unsigned int start, unsigned int count, const stPtClo
     const unsigned int size = m_format->recordSize;
     qint64 position = static_cast<qint64>(m_file.offsetToPointData()) + start * size;
     const qint64 end = position + count * size;
-    const auto recordsAtOnce = static_cast<unsigned int>(largestPiece / size);
     while (count != 0) {
         const unsigned int n = std::min(count, recordsAtOnce);
         const std::size_t bytes = static_cast<std::size_t>(n) * size;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 namespace ptCloud
 {
@@ -166,7 +165,8 @@ void LasBlockAssembler::takeRun(const PointRun &run, std::size_t number, std::si
 {
     const BorrowedPointArray &array = m_batchArrays[number];
     unsigned int &filled = m_filled[number];
-    std::iota(array.m_pointIndices + filled, array.m_pointIndices + filled + run.count, 0U);
+    for (unsigned int i = 0; i < run.count; ++i)
+        array.m_pointIndices[filled + i] = i;
     reader.read(run.first, run.count, array, filled);
     if (!m_lacking[source].empty())
         m_gaps.push_back({number, filled, run.count, &m_lacking[source]});

@@ -1,0 +1,38 @@
+# Installs the library into a scratch prefix, builds the host in this directory against it, once with find_package and once
+# with pkg-config, and runs both on a LAS file that ptcloud writes.
+#
+#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DWORK_DIR=... -DPTCLOUD=... -DCXX=... -DFLAGS=... -P run.cmake
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${ARGN}\nended with ${result}:\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK_DIR})
+file(MAKE_DIRECTORY ${WORK_DIR})
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
+run(${PTCLOUD} demo-las ${WORK_DIR}/survey.las --points 1000)
+
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/host-build -G Ninja -DCMAKE_BUILD_TYPE=Release
+  -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/host-build)
+run(${WORK_DIR}/host-build/host ${WORK_DIR}/survey.las ${WORK_DIR}/survey.blk)
+if(NOT output MATCHES "points in block 1")
+  message(FATAL_ERROR "the host said: ${output}")
+endif()
+
+file(GLOB_RECURSE pc_file ${WORK_DIR}/prefix/*/points_cloud.pc)
+get_filename_component(pc_dir ${pc_file} DIRECTORY)
+get_filename_component(lib_dir ${pc_dir} DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} ${pc_dir})
+run(pkg-config --cflags --libs points_cloud)
+separate_arguments(pkg_flags UNIX_COMMAND "${output}")
+separate_arguments(extra_flags UNIX_COMMAND "${FLAGS}")
+run(${CXX} -std=c++17 -fPIC ${extra_flags} ${SOURCE_DIR}/host.cpp -o ${WORK_DIR}/pkg-host ${pkg_flags}
+  -Wl,-rpath,${lib_dir} -Wl,-rpath-link,${lib_dir})
+run(${WORK_DIR}/pkg-host ${WORK_DIR}/survey.las ${WORK_DIR}/survey.blk)
+
+run(${WORK_DIR}/prefix/bin/ptcloud dump ${WORK_DIR}/survey.blk)
