@@ -80,8 +80,14 @@ LasFiles load(const BuildOptions &options)
 /// The columns asked for; "all" are those that every file can supply.
 QList<EDataSetColumn> chooseColumns(const BuildOptions &options, const LasFiles &las)
 {
-    if (options.columns != "all")
-        return parseColumns(argument(options.columns));
+    if (options.columns != "all") {
+        const QList<EDataSetColumn> columns = parseColumns(argument(options.columns));
+        if (!columns.contains(EDataSetColumn_Position))
+            throw CommandError(QStringLiteral("--columns lacks 0, the position, which every data set has"));
+        if (columns.contains(EDataSetColumn_Normal) || columns.contains(EDataSetColumn_Triangle))
+            throw CommandError(QStringLiteral("--columns holds 1 or 2: LAS files have no normals and no triangles"));
+        return columns;
+    }
     QList<EDataSetColumn> columns = las.reports.front().columns;
     for (const LasReport &report : las.reports) {
         const auto isMissing = [&report](EDataSetColumn column) { return !report.columns.contains(column); };
