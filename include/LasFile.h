@@ -54,7 +54,8 @@ public:
     unsigned char getFormat() const { return m_format; }
     /// Point format in the header of the loaded file, else 255.
     unsigned char getPointDataFormat() const;
-    /// Whether the last file's colours are 8-bit values, as far as a sample of its records tells; false without colours.
+    /// Whether the last file's colours are 8-bit values, as far as a sample of its records tells; false without
+    /// colours.
     bool isColor256() const { return m_isColor256; }
     /// Appends the columns that records of the loaded file fill, in ascending order; nothing while unloaded.
     void getColumns(QList<EDataSetColumn> &columns) const;

@@ -19,8 +19,8 @@ class POINTS_CLOUD_TOOLKITS_EXPORT Toolkits
 {
 public:
     /// Copies all that lies in `from` into `to`, sub-directories and hidden files included, and makes `to` where it is
-    /// missing. A link to a directory is passed over, never followed; a link to a file is copied as that file; a pipe, a
-    /// device or a link to nothing is a failure.
+    /// missing. A link to a directory is passed over, never followed; a link to a file is copied as that file; a pipe,
+    /// a device or a link to nothing is a failure.
     ///
     /// With `overwrite` a file that exists is replaced, else it is a failure. False at the first failure: what was
     /// copied until then stays. A directory is never copied into itself.
