@@ -81,7 +81,7 @@ bool LasBlockAssembler::allocate()
         runs += source.runs.size();
     planBatches(smallestBudget + budgetPerRun * static_cast<std::size_t>(runs));
 
-    std::size_t largest = 0;
+    std::size_t largest = 1;
     for (const Batch &batch : m_batches) {
         std::size_t bytes = 0;
         for (std::size_t i = batch.first; i < batch.end; ++i)

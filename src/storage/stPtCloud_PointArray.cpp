@@ -71,6 +71,8 @@ QVariant detail::toVariant(const stTriangle &value)
 
 stPtCloud_PointArray &stPtCloud_PointArray::operator=(const stPtCloud_PointArray &source)
 {
+    if (this == &source)
+        return *this;
     m_pointCount = source.m_pointCount;
     m_blockTag = source.m_blockTag;
     m_triangleCount = source.m_triangleCount;

@@ -127,17 +127,19 @@ void takeHead(LasReport &report, const stLasFileHeadFields<returnCounters> &head
 
     const unsigned int size = recordSizes[head.pointDataFormatId];
     report.points = std::min(report.announced, (fileSize - static_cast<qint64>(head.offsetToPointData)) / size);
-    if (report.points < report.announced)
+    if (report.points < report.announced) {
         report.warnings << QStringLiteral("its header tells of %1 points, and it holds %2")
                                .arg(grouped(report.announced), grouped(report.points));
+    }
     const unsigned int recordLength = head.pointDataRecordLength;
-    if (recordLength != size)
+    if (recordLength != size) {
         report.warnings << QStringLiteral(
                                "its header tells of records of %1 bytes, and format %2 is read with %3: nearly all "
                                "points will be wrong")
                                .arg(recordLength)
                                .arg(head.pointDataFormatId)
                                .arg(size);
+    }
     if (report.versionMinor == 3 && head.headerSize == publishedHeaderSize_1_3)
         report.warnings << QStringLiteral(
             "it has the published header of version 1.3, whose scale, offset and range this "

@@ -10,12 +10,8 @@ namespace
 constexpr int exitFailed = 1;
 constexpr int exitUsage = 2;
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv, Console &console)
 {
-    const QCoreApplication application(argc, argv);
-    Console console;
     CLI::App app(
         "Surveyed point clouds from the command line: LAS files become block files that a viewer reads block by "
         "block.\nPositions are the LAS file's integers in thousandths of the unit, whatever scale and offset its "
@@ -34,12 +30,22 @@ int main(int argc, char **argv)
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : exitUsage;
-    } catch (const CommandError &error) {
-        console.fail(error);
-        return exitFailed;
-    } catch (const std::exception &error) {
-        console.fail(CommandError(QString::fromLocal8Bit(error.what())));
-        return exitFailed;
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Console console;
+    try {
+        return run(argc, argv, console);
+    } catch (const CommandError &error) {
+        console.fail(error);
+    } catch (const std::exception &error) {
+        console.fail(CommandError(QString::fromLocal8Bit(error.what())));
+    }
+    return exitFailed;
 }
