@@ -63,6 +63,12 @@ enum EEPtCloudActResult : int {
     ActResult_Cancelled = 10,       ///< the progress interface asked for it, and the worker was killed
 };
 
+/// What an earth volume is computed from.
+enum EVolumeCalcFunction : int {
+    VolumeCalc_DTM = 0,  ///< a triangle mesh
+    VolumeCalc_GRID = 1, ///< raw points, in a grid of cells
+};
+
 /// What `PtCloud_Controller::doCmd_LasFile_Import` takes.
 struct stControlParam_LasFile_Import
 {

@@ -1,0 +1,218 @@
+#include "HeightGrid.h"
+
+#include <QtGlobal>
+
+#include <algorithm>
+#include <limits>
+
+namespace ptCloud
+{
+
+namespace
+{
+
+constexpr float absent = std::numeric_limits<float>::quiet_NaN();
+
+/// Answers for one horizontal line after another what `QPolygonF::containsPoint` with `Qt::OddEvenFill` answers for its
+/// points: a point is inside if an odd number of edges cross the line at or left of it. The arithmetic is that of Qt,
+/// done once for a line instead of once for a point.
+class LineCrossings
+{
+public:
+    explicit LineCrossings(const std::vector<float> &lines, const QPolygonF &closedPolygon)
+    {
+        m_first.reserve(lines.size() + 1);
+        for (const float y : lines) {
+            m_first.push_back(m_x.size());
+            for (int i = 1; i < closedPolygon.size(); ++i)
+                addCrossing(closedPolygon.at(i - 1), closedPolygon.at(i), static_cast<double>(y));
+            std::sort(m_x.begin() + static_cast<std::ptrdiff_t>(m_first.back()), m_x.end());
+        }
+        m_first.push_back(m_x.size());
+        m_passed.assign(m_first.begin(), m_first.end() - 1);
+    }
+
+    /// Whether the point at `x` on a line is inside; `x` must not fall from call to call.
+    bool contains(float x, std::size_t line)
+    {
+        std::size_t &passed = m_passed[line];
+        while (passed < m_first[line + 1] && m_x[passed] <= static_cast<double>(x))
+            ++passed;
+        return (passed - m_first[line]) % 2 != 0;
+    }
+
+private:
+    void addCrossing(QPointF low, QPointF high, double y)
+    {
+        if (qFuzzyCompare(low.y(), high.y()))
+            return;
+        if (high.y() < low.y())
+            std::swap(low, high);
+        if (y >= low.y() && y < high.y())
+            m_x.push_back(low.x() + ((high.x() - low.x()) / (high.y() - low.y())) * (y - low.y()));
+    }
+
+    std::vector<double> m_x;           ///< of all lines, ascending in each
+    std::vector<std::size_t> m_first;  ///< where a line's crossings start in `m_x`; one more at the end
+    std::vector<std::size_t> m_passed; ///< the first crossing of a line that is right of the last point
+};
+
+/// Finds the height that a hole takes over. Asked for one cell after another in key order, it walks every cell a
+/// bounded number of times in all: what lies ahead does not change before it is reached, so the end of a stretch of
+/// holes is remembered, and behind no hole is left but those that were passed over.
+class NearestHeight
+{
+public:
+    NearestHeight(const CellAxis &x, const CellAxis &y, const std::vector<float> &heights)
+        : m_x(x), m_y(y), m_heights(heights), m_endToTheRight(y.cells(), 0)
+    {}
+
+    /// `HeightGrid::noHeight` if no direction has one.
+    float of(std::size_t index)
+    {
+        const std::size_t column = index / m_y.cells();
+        const std::size_t row = index % m_y.cells();
+        float height = below(column, row);
+        if (height == HeightGrid::noHeight)
+            height = above(column, row);
+        if (height == HeightGrid::noHeight)
+            height = left(column, row);
+        if (height == HeightGrid::noHeight)
+            height = right(column, row);
+        return height;
+    }
+
+private:
+    float at(std::size_t column, std::size_t row) const { return m_heights[column * m_y.cells() + row]; }
+    bool isHole(std::size_t column, std::size_t row) const { return at(column, row) == HeightGrid::noHeight; }
+
+    /// What a search that ended at this cell found: nothing where the cell is not in the grid, or there is none.
+    float found(std::size_t column, std::size_t row) const
+    {
+        if (column >= m_x.cells() || row >= m_y.cells())
+            return HeightGrid::noHeight;
+        const float height = at(column, row);
+        return height == height ? height : HeightGrid::noHeight;
+    }
+
+    float below(std::size_t column, std::size_t row) const
+    {
+        do
+            row = m_y.below(row);
+        while (row != CellAxis::none && isHole(column, row));
+        return found(column, row);
+    }
+    float left(std::size_t column, std::size_t row) const
+    {
+        do
+            column = m_x.below(column);
+        while (column != CellAxis::none && isHole(column, row));
+        return found(column, row);
+    }
+    float above(std::size_t column, std::size_t row)
+    {
+        if (m_column != column || m_endAbove <= row) {
+            m_column = column;
+            m_endAbove = row + 1;
+            while (m_endAbove < m_y.cells() && isHole(column, m_endAbove))
+                ++m_endAbove;
+        }
+        return found(column, m_endAbove);
+    }
+    float right(std::size_t column, std::size_t row)
+    {
+        std::size_t &end = m_endToTheRight[row];
+        if (end <= column) {
+            end = column + 1;
+            while (end < m_x.cells() && isHole(end, row))
+                ++end;
+        }
+        return found(end, row);
+    }
+
+    const CellAxis &m_x;
+    const CellAxis &m_y;
+    const std::vector<float> &m_heights;
+    std::size_t m_column = CellAxis::none; ///< the column that `m_endAbove` is about
+    std::size_t m_endAbove = 0;            ///< the first cell above that is no hole
+    std::vector<std::size_t> m_endToTheRight;
+};
+
+} // namespace
+
+bool HeightGrid::layOut(const AreaPolygon &area, float cellSize)
+{
+    m_heights.clear();
+    m_present = 0;
+    if (!m_x.layOut(area.xMin(), area.xMax(), cellSize, mostCells))
+        return false;
+    if (m_x.cells() == 0)
+        return true;
+    if (!m_y.layOut(area.yMin(), area.yMax(), cellSize, mostCells / m_x.cells()))
+        return false;
+    markCells(area.polygon());
+    return true;
+}
+
+void HeightGrid::markCells(const QPolygonF &polygon)
+{
+    const std::size_t rows = m_y.cells();
+    if (rows == 0)
+        return;
+    m_heights.assign(m_x.cells() * rows, absent);
+    LineCrossings crossings(m_y.edges(), polygon);
+    std::vector<char> left(rows + 1);
+    std::vector<char> right(rows + 1);
+    const auto look = [&crossings](float x, std::vector<char> &inside) {
+        for (std::size_t line = 0; line < inside.size(); ++line)
+            inside[line] = crossings.contains(x, line) ? 1 : 0;
+    };
+    look(m_x.low(0), left);
+    for (std::size_t i = 0; i < m_x.cells(); ++i) {
+        look(m_x.high(i), right);
+        for (std::size_t j = 0; j < rows; ++j) {
+            if ((left[j] & right[j] & right[j + 1] & left[j + 1]) != 0) {
+                m_heights[i * rows + j] = noHeight;
+                ++m_present;
+            }
+        }
+        left.swap(right);
+    }
+}
+
+void HeightGrid::raise(float x, float y, float z)
+{
+    const std::size_t i = m_x.find(x);
+    if (i == CellAxis::none)
+        return;
+    const std::size_t j = m_y.find(y);
+    if (j == CellAxis::none)
+        return;
+    float &height = m_heights[i * m_y.cells() + j];
+    if (z > height)
+        height = z;
+}
+
+std::size_t HeightGrid::nextPresent(std::size_t index) const
+{
+    while (index < m_heights.size() && m_heights[index] != m_heights[index])
+        ++index;
+    return index;
+}
+
+void HeightGrid::fillHoles()
+{
+    NearestHeight nearest(m_x, m_y, m_heights);
+    for (std::size_t index = nextPresent(0); index < m_heights.size(); index = nextPresent(index + 1)) {
+        if (m_heights[index] != noHeight)
+            continue;
+        m_heights[index] = nearest.of(index);
+        if (m_heights[index] == noHeight) {
+            m_heights[index] = absent;
+            --m_present;
+            index = nextPresent(index + 1);
+        }
+    }
+}
+
+} // namespace ptCloud
