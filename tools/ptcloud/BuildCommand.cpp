@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "LasReport.h"
 #include "LibraryLog.h"
+#include "OutputFile.h"
 
 #include "LasFile.h"
 #include "PtCloud_DataSetFile.h"
@@ -43,12 +44,10 @@ void refuseToOverwrite(const QString &out, const std::vector<std::string> &sourc
     const QFileInfo target(out);
     if (!target.exists())
         return;
-    for (const std::string &source : sources) {
-        if (QFileInfo(argument(source)).canonicalFilePath() == target.canonicalFilePath())
-            throw CommandError(
-                QStringLiteral("%1 is one of the LAS files and would be overwritten; name another target")
-                    .arg(quoted(out)));
-    }
+    QStringList paths;
+    for (const std::string &source : sources)
+        paths << argument(source);
+    refuseSource(out, paths);
     if (!target.isFile())
         throw CommandError(QStringLiteral("%1 is not a regular file; name another target").arg(quoted(out)));
     const LibraryLog silence;

@@ -11,3 +11,4 @@ void addBuildCommand(CLI::App &app, Console &console);
 void addDumpCommand(CLI::App &app, Console &console);
 void addPictureCommand(CLI::App &app, Console &console);
 void addDemoLasCommand(CLI::App &app, Console &console);
+void addVolumeCommand(CLI::App &app, Console &console);

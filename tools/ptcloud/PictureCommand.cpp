@@ -1,10 +1,10 @@
 #include "ColumnNames.h"
 #include "Commands.h"
 #include "LibraryLog.h"
+#include "OutputFile.h"
 #include "TopView.h"
 
-#include <QJsonArray>
-#include <QSaveFile>
+#include <QJsonObject>
 
 #include <map>
 #include <memory>
@@ -38,13 +38,6 @@ const std::map<std::string, Colouring> colourings = {
     {"block", {TopView::Block, EDataSetColumn_Position}},
 };
 
-void save(const QImage &image, const QString &out)
-{
-    QSaveFile file(out);
-    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
-        throw CommandError(QStringLiteral("%1 can't be written: %2").arg(quoted(out), file.errorString()));
-}
-
 void run(const Console &console, const PictureOptions &options)
 {
     const QString path = argument(options.file);
@@ -64,7 +57,7 @@ void run(const Console &console, const PictureOptions &options)
     const QImage image = view.draw();
     if (image.isNull())
         throw CommandError(QStringLiteral("%1 has no points that can be drawn").arg(quoted(path)));
-    save(image, out);
+    writePicture(out, image);
     const pcBoundingBoxf &bounds = view.bounds();
     console.line(QStringLiteral("%1: %2 x %3 pixels, x %4 to %5, y %6 to %7")
                      .arg(out)

@@ -25,6 +25,7 @@ int run(int argc, char **argv, Console &console)
     addDumpCommand(app, console);
     addPictureCommand(app, console);
     addDemoLasCommand(app, console);
+    addVolumeCommand(app, console);
 
     try {
         app.parse(argc, argv);

@@ -1,0 +1,41 @@
+#include "OutputFile.h"
+
+#include "Console.h"
+
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace
+{
+
+template <typename Write>
+void writeWhole(const QString &path, Write write)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || !write(file) || !file.commit())
+        throw CommandError(QStringLiteral("%1 can't be written: %2").arg(quoted(path), file.errorString()));
+}
+
+} // namespace
+
+void writePicture(const QString &path, const QImage &image)
+{
+    writeWhole(path, [&image](QSaveFile &file) { return image.save(&file, "PNG"); });
+}
+
+void writeText(const QString &path, const QByteArray &text)
+{
+    writeWhole(path, [&text](QSaveFile &file) { return file.write(text) == text.size(); });
+}
+
+void refuseSource(const QString &path, const QStringList &sources)
+{
+    const QString target = QFileInfo(path).canonicalFilePath();
+    for (const QString &source : sources) {
+        if (!target.isEmpty() && QFileInfo(source).canonicalFilePath() == target) {
+            throw CommandError(QStringLiteral("%1 is one of the files to read and would be overwritten; name another "
+                                              "target")
+                                   .arg(quoted(path)));
+        }
+    }
+}
