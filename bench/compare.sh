@@ -74,3 +74,7 @@ for order in flight random; do
     "$bin/read_blocks" "$data/$order.blk" "$rounds"
 done
 rm -f "$data/flight.blk" "$data/random.blk"
+
+echo
+echo "Earth volumes beside the least that they can cost:"
+"$bin/volume_areas" "$data" "$rounds"

@@ -1,6 +1,5 @@
 #include "CellAxis.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace ptCloud
@@ -8,8 +7,7 @@ namespace ptCloud
 
 bool CellAxis::layOut(float low, float high, float step, std::size_t mostCells)
 {
-    m_edges.clear();
-    m_below.clear();
+    *this = CellAxis();
     if (!(low < high))
         return true;
     m_edges.push_back(low);
@@ -24,7 +22,10 @@ bool CellAxis::layOut(float low, float high, float step, std::size_t mostCells)
         m_edges.clear();
         return true;
     }
-    m_cellsPerUnit = static_cast<double>(cells()) / (static_cast<double>(m_edges.back()) - static_cast<double>(low));
+    m_lowest = low;
+    m_highest = m_edges.back();
+    m_last = cells() - 1;
+    m_cellsPerUnit = static_cast<double>(cells()) / (static_cast<double>(m_highest) - static_cast<double>(m_lowest));
     linkDownwards(step);
     return true;
 }
@@ -42,21 +43,8 @@ void CellAxis::linkDownwards(float step)
     }
 }
 
-std::size_t CellAxis::find(float value) const
+std::size_t CellAxis::search(float value) const
 {
-    if (m_edges.empty() || !(value > m_edges.front()) || !(m_edges.back() >= value))
-        return none;
-    const double distance = static_cast<double>(value) - static_cast<double>(m_edges.front());
-    std::size_t cell = std::min(static_cast<std::size_t>(distance * m_cellsPerUnit), cells() - 1);
-    // The even spacing is a guess, mostly right or next to right.
-    for (int attempt = 0; attempt < 8; ++attempt) {
-        if (!(value > m_edges[cell]))
-            --cell;
-        else if (!(m_edges[cell + 1] >= value))
-            ++cell;
-        else
-            return cell;
-    }
     return static_cast<std::size_t>(std::lower_bound(m_edges.begin(), m_edges.end(), value) - m_edges.begin()) - 1;
 }
 

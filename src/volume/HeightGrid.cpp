@@ -180,19 +180,6 @@ void HeightGrid::markCells(const QPolygonF &polygon)
     }
 }
 
-void HeightGrid::raise(float x, float y, float z)
-{
-    const std::size_t i = m_x.find(x);
-    if (i == CellAxis::none)
-        return;
-    const std::size_t j = m_y.find(y);
-    if (j == CellAxis::none)
-        return;
-    float &height = m_heights[i * m_y.cells() + j];
-    if (z > height)
-        height = z;
-}
-
 std::size_t HeightGrid::nextPresent(std::size_t index) const
 {
     while (index < m_heights.size() && m_heights[index] != m_heights[index])

@@ -30,7 +30,15 @@ public:
     std::size_t size() const { return m_present; }
 
     /// Raises the cell at x, y, if there is one, to z.
-    void raise(float x, float y, float z);
+    void raise(float x, float y, float z)
+    {
+        const std::size_t i = m_x.find(x);
+        const std::size_t j = m_y.find(y);
+        if (i == CellAxis::none || j == CellAxis::none)
+            return;
+        float &height = m_heights[i * m_y.cells() + j];
+        height = z > height ? z : height; // as a choice, not a branch, which would be guessed wrong half the time
+    }
 
     /// Gives each cell without a height that of the nearest cell with one, along y downwards, y upwards, x downwards or
     /// x upwards, whichever comes first. A gap ends a search. A cell that finds none leaves the grid, and the cell
