@@ -72,8 +72,7 @@ struct POINTS_CLOUD_EXPORT stPrism
     /// A planar area of 0 (or not a number) gives 0 and 0. Heights are compared exactly. The result is the exact solid
     /// where the plane misses the triangle or touches it, and where two heights are equal. Where the plane crosses a
     /// triangle of three different heights, with top T, middle M and low L:
-    ///  - two vertices above: the pyramid over the top corner counts as fill, and the piece below the plane lessens
-    ///  dig;
+    ///  - two vertices above: the pyramid over the top corner counts as fill, and the piece below the plane nowhere;
     ///  - one vertex above: one term of fill uses the depth of M below the plane instead of that of L below M.
     static void trianglePrismVolume(double x1, double y1, double x2, double y2, double x3, double y3, double groundZ,
                                     double z1, double z2, double z3, double &dig, double &fill);
