@@ -7,11 +7,17 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+#include <vector>
+
 namespace ptCloud
 {
 
-/// The command layer: it knows the LAS files of a project by name, and every change goes through a `doCmd_*` operation
-/// that gives one `EEPtCloudActResult` and, on success, emits one signal.
+class PtCloudDataSet;
+class PtCloud_DataSetFile;
+
+/// The command layer: it knows the LAS files and the data sets of a project by name, and every change goes through a
+/// `doCmd_*` operation that gives one `EEPtCloudActResult` and, on success, emits one signal.
 ///
 ///     PtCloud_Controller controller;
 ///     QObject::connect(&controller, &PtCloud_Controller::sg_LasFile_Added, show);
@@ -19,10 +25,12 @@ namespace ptCloud
 ///     if (controller.doCmd_LasFile_Import({path}, &name) != ActResult_Success)
 ///         return;
 ///
-/// Names are looked up letter for letter, while clashes are tested without regard to case: "abc" does not find "ABC",
-/// yet "ABC" can't be made beside "abc". A failed command changes nothing and emits nothing. Calls come from one
-/// thread, one at a time. `reset`, and with it the destructor, stops every worker program on the machine and processes
-/// events for up to 100 ms, so slots and timers of the host can run inside; a slot must not delete the controller then.
+/// The controller owns its data sets. One that `setFiles` drops is closed and lives on, in no list, until the
+/// controller goes, so that a pointer to it stays good. Names are looked up letter for letter, while clashes are tested
+/// without regard to case: "abc" does not find "ABC", yet "ABC" can't be made beside "abc". A failed command changes
+/// nothing and emits nothing. Calls come from one thread, one at a time. `reset`, and with it the destructor, stops
+/// every worker program on the machine and processes events for up to 100 ms, so slots and timers of the host can run
+/// inside; a slot must not delete the controller then.
 class POINTS_CLOUD_EXPORT PtCloud_Controller : public QObject
 {
     Q_OBJECT
@@ -34,8 +42,19 @@ public:
     /// Sets the project directory. Nothing is checked and nothing else changes.
     void setDir(const QString &dir);
 
-    /// Stops any worker and processes events for up to 100 ms. The registries stay.
+    /// Stops any worker, processes events for up to 100 ms, and closes the point file of every data set. The registries
+    /// stay.
     void reset();
+
+    /// Replaces both registries, as a project that is opened tells them, and **deletes every plain file directly in the
+    /// project directory** that `keepFiles` does not name (whatever the case). Directories are left alone. Nothing is
+    /// registered or deleted without a project directory. Emits nothing.
+    ///
+    /// @param lasFiles  name to path; a file that is not there is left out
+    /// @param dataSets  registered name to directory name; one that does not load is left out. A directory that is
+    ///                  missing is made, and stays, empty
+    void setFiles(const QMap<QString, QString> &lasFiles, const QMap<QString, QString> &dataSets,
+                  const QList<QString> &keepFiles);
 
     /// Checks that a LAS file loads and registers its path, as given, under its file name; "_" is put in front as often
     /// as the name clashes. The file itself is not kept open.
@@ -56,6 +75,18 @@ public:
     /// load.
     void getLasFileColumns(const QString &name, QList<EDataSetColumn> &out);
 
+    /// Null for a name that is not registered.
+    PtCloudDataSet *getDataSet(const QString &name);
+    /// The point file of a data set; null for a name that is not registered.
+    PtCloud_DataSetFile *getDataSetReader(const QString &name) const;
+    /// All data sets under their registered names.
+    QMap<QString, const PtCloudDataSet *> getDataSets();
+    /// Enters the directory name of each data set under its registered name; other entries of `out` stay.
+    void getDataSetFileNames(QMap<QString, QString> &out) const;
+    /// Enters the directory of each data set under its registered name; other entries of `out` stay.
+    void getDataSetFilepaths(QMap<QString, QString> &out) const;
+    bool isDataSetEmpty() const;
+
 Q_SIGNALS:
     /// A LAS file was registered under this name.
     void sg_LasFile_Added(QString);
@@ -74,9 +105,12 @@ Q_SIGNALS:
 
 private:
     void clear();
+    void closePointFiles();
 
     QString m_dir;
     QMap<QString, QString> m_lasFiles; ///< registered name to path, as received
+    QMap<QString, PtCloudDataSet *> m_dataSets;
+    std::vector<std::unique_ptr<PtCloudDataSet>> m_dropped; ///< no longer registered, kept for pointers to them
 };
 
 } // namespace ptCloud

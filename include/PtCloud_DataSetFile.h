@@ -76,6 +76,12 @@ private:
         unsigned int triangleCount = 0;
     };
 
+    friend class PtCloudDataSet;
+
+    /// What a look at a file's head tells. Only a file that was read and failed a check is corrupt.
+    enum class EHead { Sound, Corrupt, Unreadable };
+    EHead checkHead();
+
     bool open(bool forWriting);
     bool readHead();
     bool writeHead();

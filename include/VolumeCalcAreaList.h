@@ -73,6 +73,11 @@ public:
     bool saveToFile() const;
 
 private:
+    friend class PtCloudDataSet;
+
+    /// No longer names a file that is about to go.
+    void forget(const PtCloud_DataSetFile *file);
+
     bool load(QDataStream &stream);
     void save(QDataStream &stream) const;
     PtCloud_DataSetFile *sourceOf(EVolumeCalcFunction function) const;

@@ -7,6 +7,8 @@
 #include "ILongLiveActionProgress.h"
 #include "LasFile.h"
 #include "LasRecords.h"
+#include "PtCloudDataSet.h"
+#include "PtCloud_ContourFile.h"
 #include "PtCloud_Controller.h"
 #include "PtCloud_DataSetFile.h"
 #include "PtCloud_Types.h"

@@ -25,6 +25,11 @@ void releaseStaleSharedMemory(const QString &key);
 /// A file that is merely resized is sparse on many systems: a full disk then shows only when the bytes are written.
 bool reserveFileSpace(QFile &file, qint64 size);
 
+/// Whether a name is one plain path component, so that a file or directory of that name lies where it is put: not
+/// empty, not "." or "..", without a separator or a NUL; on Windows also without \ : * ? " < > |, a blank or dot at the
+/// end, and not the name of a device.
+bool isPlainName(const QString &name);
+
 /// Milliseconds of a steady clock, in 32 bits that wrap around after 49.7 days.
 quint32 tickCount();
 

@@ -105,6 +105,12 @@ bool reserveFileSpace(QFile &file, qint64 size)
     return false;
 }
 
+bool isPlainName(const QString &name)
+{
+    return !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..")
+           && !name.contains(QLatin1Char('/')) && !name.contains(QChar(QChar::Null));
+}
+
 quint32 tickCount()
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();

@@ -1,7 +1,10 @@
 #include "System.h"
 
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStringList>
+
+#include <algorithm>
 
 #include <windows.h>
 
@@ -25,6 +28,20 @@ void releaseStaleSharedMemory(const QString &)
 bool reserveFileSpace(QFile &file, qint64 size)
 {
     return file.resize(size);
+}
+
+bool isPlainName(const QString &name)
+{
+    if (name.isEmpty() || name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' ')))
+        return false;
+    const QString forbidden = QStringLiteral("\\/:*?\"<>|");
+    const auto isForbidden = [&forbidden](QChar c) { return c.unicode() < 32 || forbidden.contains(c); };
+    if (std::any_of(name.cbegin(), name.cend(), isForbidden))
+        return false;
+    // A device keeps its meaning whatever extension follows.
+    static const QRegularExpression device(QStringLiteral("^(CON|PRN|AUX|NUL|COM[0-9]|LPT[0-9])$"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    return !device.match(name.section(QLatin1Char('.'), 0, 0).trimmed()).hasMatch();
 }
 
 quint32 tickCount()

@@ -1,6 +1,7 @@
 #include "PtCloud_Controller.h"
 
 #include "LasFile.h"
+#include "PtCloudDataSet.h"
 #include "System.h"
 
 #include <QCoreApplication>
@@ -57,12 +58,17 @@ void PtCloud_Controller::reset()
 {
     platform::stopWorkers();
     QCoreApplication::processEvents(QEventLoop::AllEvents, hostEventsMs);
+    closePointFiles();
 }
 
 void PtCloud_Controller::clear()
 {
     reset();
     m_lasFiles.clear();
+    closePointFiles();
+    for (PtCloudDataSet *dataSet : qAsConst(m_dataSets))
+        m_dropped.emplace_back(dataSet);
+    m_dataSets.clear();
 }
 
 EEPtCloudActResult PtCloud_Controller::doCmd_LasFile_Import(const stControlParam_LasFile_Import &param,

@@ -111,6 +111,22 @@ bool PtCloud_DataSetFile::openFile()
     return false;
 }
 
+PtCloud_DataSetFile::EHead PtCloud_DataSetFile::checkHead()
+{
+    EHead head = EHead::Unreadable;
+    try {
+        if (open(false)) {
+            if (readHead())
+                head = EHead::Sound;
+            else if (m_file->error() == QFileDevice::NoError)
+                head = EHead::Corrupt;
+        }
+    } catch (const std::bad_alloc &) {
+    }
+    closeFile();
+    return head;
+}
+
 void PtCloud_DataSetFile::closeFile()
 {
     freeBufMems();

@@ -160,6 +160,14 @@ bool VolumeCalcAreaList::saveToFile() const
     return true;
 }
 
+void VolumeCalcAreaList::forget(const PtCloud_DataSetFile *file)
+{
+    if (dtmFile == file)
+        dtmFile = nullptr;
+    if (gridFile == file)
+        gridFile = nullptr;
+}
+
 bool VolumeCalcAreaList::load(QDataStream &stream)
 {
     clear();

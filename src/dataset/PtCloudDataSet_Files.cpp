@@ -1,0 +1,285 @@
+// The data set as a directory: load, save, copy, rename, remove, and the exchange of its points.
+
+#include "FileSweep.h"
+#include "PtCloudDataSet.h"
+#include "PtCloudDataSet_Family.h"
+#include "System.h"
+#include "Toolkits.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace ptCloud
+{
+
+namespace
+{
+
+/// Removes a directory with all in it. A link to one goes as a link: what it leads to is not ours.
+void removeTree(const QString &path)
+{
+    if (QFileInfo(path).isSymLink())
+        QFile::remove(path);
+    else
+        QDir(path).removeRecursively();
+}
+
+/// Whether copying `source` to `target` would copy it onto or into itself, by whatever path.
+bool leadsIntoItself(const QString &source, const QString &target)
+{
+    const QString from = QFileInfo(source).canonicalFilePath();
+    const QString to = QFileInfo(target).canonicalFilePath();
+    return QFileInfo(source) == QFileInfo(target) || (to + QLatin1Char('/')).startsWith(from + QLatin1Char('/'));
+}
+
+} // namespace
+
+void PtCloudDataSet::clear()
+{
+    m_points.closeFile();
+    dropAll(meshes);
+    m_demMesh.closeFile();
+    m_demHeightMap.reset();
+    m_demContour.closeFile();
+    m_demClassify.closeFile();
+    dropAll(splits);
+    m_earthVolume.clear();
+    dropAll(cuts);
+}
+
+void PtCloudDataSet::dropAll(const Family &family)
+{
+    FileMap &files = this->*family.files;
+    for (PtCloud_DataSetFile *file : qAsConst(files))
+        drop(file);
+    files.clear();
+}
+
+void PtCloudDataSet::setDir(const QString &dir, const QString &name)
+{
+    m_dir = dir;
+    m_name = name;
+    QDir directory(m_dir);
+    if (m_dir.isEmpty() || !platform::isPlainName(m_name) || !directory.exists())
+        return;
+    if (!directory.exists(m_name) && !directory.mkdir(m_name))
+        return;
+    if (directory.cd(m_name))
+        m_points.setFile(directory.absoluteFilePath(getFileName_Points()));
+}
+
+bool PtCloudDataSet::loadFromFile()
+{
+    clear();
+    QDir directory;
+    if (!enter(directory))
+        return false;
+    if (!m_points.setFile(directory.absoluteFilePath(getFileName_Points())) || !m_points.isValid()
+        || m_points.checkHead() != PtCloud_DataSetFile::EHead::Sound)
+        return false;
+
+    QStringList knownNames = {getFileName_Points(),      getFileName_Dem_Mesh(),     getFileName_Dem_HeightMap(),
+                              getFileName_Dem_Contour(), getFileName_Dem_Classify(), getFileName_EarthVolumn()};
+    load(meshes, directory, knownNames);
+    if (!attachDemMesh(directory.absoluteFilePath(getFileName_Dem_Mesh())))
+        m_demMesh.setFile(QString());
+    loadDemHeightMap(directory.absoluteFilePath(getFileName_Dem_HeightMap()));
+    attachDemContour(directory.absoluteFilePath(getFileName_Dem_Contour()));
+    m_demClassify.setFile(directory.absoluteFilePath(getFileName_Dem_Classify()));
+    load(splits, directory, knownNames);
+    m_earthVolume.setFile(directory, getFileName_EarthVolumn());
+    if (!m_earthVolume.loadFromFile())
+        m_earthVolume.clear();
+    load(cuts, directory, knownNames);
+    removeOtherFiles(directory, knownNames);
+    return true;
+}
+
+void PtCloudDataSet::load(const Family &family, const QDir &directory, QStringList &knownNames)
+{
+    const QFileInfoList entries = directory.entryInfoList({family.fileName(QStringLiteral("*"))},
+                                                          QDir::Files | QDir::NoDotAndDotDot, QDir::Unsorted);
+    for (const QFileInfo &entry : entries) {
+        auto file = std::make_unique<PtCloud_DataSetFile>();
+        if (!file->setFile(QDir::fromNativeSeparators(entry.absoluteFilePath())) || !file->isValid())
+            continue;
+        const PtCloud_DataSetFile::EHead head = file->checkHead();
+        // What can't be read now may be sound: it is not listed, but it stays.
+        if (head != PtCloud_DataSetFile::EHead::Corrupt)
+            knownNames.append(entry.fileName());
+        if (head != PtCloud_DataSetFile::EHead::Sound)
+            continue;
+        PtCloud_DataSetFile *&place = (this->*family.files)[entry.completeBaseName()];
+        drop(place);
+        place = file.release();
+    }
+}
+
+bool PtCloudDataSet::saveToFile() const
+{
+    QDir directory;
+    if (!enter(directory))
+        return false;
+    m_earthVolume.setFile(directory, getFileName_EarthVolumn());
+    m_earthVolume.saveToFile();
+    return true;
+}
+
+PtCloudDataSet *PtCloudDataSet::copy(const QString &newName)
+{
+    QDir directory;
+    if (!enter(directory) || !platform::isPlainName(newName))
+        return nullptr;
+    const QString source = QDir(m_dir).absoluteFilePath(m_name);
+    const QString target = QDir(m_dir).absoluteFilePath(newName);
+    if (leadsIntoItself(source, target) || !tk::Toolkits::CopyDirectory(source, target, true))
+        return nullptr;
+    auto copied = std::make_unique<PtCloudDataSet>();
+    copied->setDir(m_dir, newName);
+    if (copied->loadFromFile())
+        return copied.release();
+    removeTree(target);
+    return nullptr;
+}
+
+PtCloud_DataSetFile *PtCloudDataSet::copyPoints(const QString &fileName)
+{
+    QDir directory;
+    if (!enter(directory))
+        return nullptr;
+    m_points.closeFile();
+    if (!platform::isPlainName(fileName))
+        return nullptr;
+    const QString source = directory.absoluteFilePath(getFileName_Points());
+    const QString target = directory.absoluteFilePath(fileName);
+    // The points onto themselves would leave none.
+    if (QFileInfo(source) == QFileInfo(target) || !QFile::remove(target) || !QFile::copy(source, target))
+        return nullptr;
+    auto file = std::make_unique<PtCloud_DataSetFile>();
+    return file->setFile(target) ? file.release() : nullptr;
+}
+
+/// What was open before a move, so that it can be opened again behind it.
+struct PtCloudDataSet::OpenContents
+{
+    bool points = false;
+    QMap<QString, bool> meshes;
+    bool demMesh = false;
+    bool demContour = false;
+    bool demClassify = false;
+    QMap<QString, bool> splits;
+    QMap<QString, bool> cuts;
+};
+
+namespace
+{
+
+bool closeAndTell(PtCloud_DataSetFile &file)
+{
+    const bool wasOpen = file.isOpened();
+    file.closeFile();
+    return wasOpen;
+}
+
+QMap<QString, bool> closeAndTell(const QMap<QString, PtCloud_DataSetFile *> &files)
+{
+    QMap<QString, bool> wasOpen;
+    for (auto it = files.cbegin(); it != files.cend(); ++it)
+        wasOpen.insert(it.key(), closeAndTell(**it));
+    return wasOpen;
+}
+
+void move(PtCloud_DataSetFile &file, const QString &path, bool reopen)
+{
+    file.setFile(path);
+    if (reopen)
+        file.openFile();
+}
+
+} // namespace
+
+PtCloudDataSet::OpenContents PtCloudDataSet::closeContents()
+{
+    OpenContents wasOpen;
+    wasOpen.points = closeAndTell(m_points);
+    wasOpen.meshes = closeAndTell(m_meshes);
+    wasOpen.demMesh = closeAndTell(m_demMesh);
+    wasOpen.demContour = m_demContour.isOpen();
+    m_demContour.closeFile();
+    wasOpen.demClassify = closeAndTell(m_demClassify);
+    wasOpen.splits = closeAndTell(m_splits);
+    wasOpen.cuts = closeAndTell(m_cuts);
+    return wasOpen;
+}
+
+void PtCloudDataSet::moveContents(const QDir &directory, const OpenContents &wasOpen)
+{
+    const auto moveFamily = [this, &directory](const Family &family, const QMap<QString, bool> &reopen) {
+        for (auto it = reopen.cbegin(); it != reopen.cend(); ++it)
+            move(*(this->*family.files)[it.key()], directory.absoluteFilePath(family.fileName(it.key())), *it);
+    };
+    move(m_points, directory.absoluteFilePath(getFileName_Points()), wasOpen.points);
+    moveFamily(meshes, wasOpen.meshes);
+    move(m_demMesh, directory.absoluteFilePath(getFileName_Dem_Mesh()), wasOpen.demMesh);
+    m_demContour.setFile(directory.absoluteFilePath(getFileName_Dem_Contour()));
+    if (wasOpen.demContour)
+        m_demContour.openFile();
+    move(m_demClassify, directory.absoluteFilePath(getFileName_Dem_Classify()), wasOpen.demClassify);
+    moveFamily(splits, wasOpen.splits);
+    m_earthVolume.setFile(directory, getFileName_EarthVolumn());
+    moveFamily(cuts, wasOpen.cuts);
+}
+
+bool PtCloudDataSet::rename(const QString &newName)
+{
+    QDir directory;
+    if (!enter(directory))
+        return false;
+    const OpenContents wasOpen = closeContents();
+    if (!platform::isPlainName(newName) || !QDir(m_dir).rename(m_name, newName))
+        return false;
+    m_name = newName;
+    if (enter(directory))
+        moveContents(directory, wasOpen);
+    return true;
+}
+
+void PtCloudDataSet::removeFile()
+{
+    QDir directory;
+    if (!enter(directory))
+        return;
+    const QString path = QDir(m_dir).absoluteFilePath(m_name);
+    clear();
+    m_dir.clear();
+    m_name.clear();
+    removeTree(path);
+}
+
+void PtCloudDataSet::updateContent_Points()
+{
+    QDir directory;
+    if (!enter(directory))
+        return;
+    const QString points = QDir::fromNativeSeparators(directory.absoluteFilePath(getFileName_Points()));
+    const QString oldPoints = QDir::fromNativeSeparators(directory.absoluteFilePath(QStringLiteral("tmp_points_2")));
+    const QString newPoints = createEmptyLocatedContent_Points();
+    // A link would leave points that lie elsewhere, and go when that place does.
+    const QFileInfo newFile(newPoints);
+    if (!newFile.isFile() || newFile.isSymLink())
+        return;
+    const bool wasOpen = closeAndTell(m_points);
+    if (!QFile::rename(points, oldPoints))
+        return;
+    if (!QFile::rename(newPoints, points)) {
+        QFile::rename(oldPoints, points);
+        return;
+    }
+    if (wasOpen)
+        m_points.openFile();
+    QFile::remove(oldPoints);
+    Q_EMIT sgContentUpdated_Points(m_name);
+}
+
+} // namespace ptCloud
