@@ -48,10 +48,10 @@ bool LasFile::load(const QString &path, unsigned int bufSize)
     // A host may have closed the device itself; the read-ahead of the earlier file must not outlive it.
     if (isOpen() || m_fileSeekBuf)
         clear();
+    setFileName(path);
     // Opening a pipe or a device could block for ever.
     if (!QFileInfo(path).isFile())
         return false;
-    setFileName(path);
     // Headers are read whole and points in large pieces: a buffer in between would only be filled and thrown away.
     if (!open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return false;

@@ -12,3 +12,5 @@ void addDumpCommand(CLI::App &app, Console &console);
 void addPictureCommand(CLI::App &app, Console &console);
 void addDemoLasCommand(CLI::App &app, Console &console);
 void addVolumeCommand(CLI::App &app, Console &console);
+void addContoursCommand(CLI::App &app, Console &console);
+void addInspectCommand(CLI::App &app, Console &console);

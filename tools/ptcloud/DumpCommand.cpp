@@ -1,10 +1,10 @@
+#include "BlockTable.h"
 #include "ColumnNames.h"
 #include "Commands.h"
 #include "LibraryLog.h"
 
 #include "PtCloud_DataSetFile.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 
@@ -15,15 +15,6 @@ using namespace ptCloud;
 
 namespace
 {
-
-struct BlockRow
-{
-    int key;
-    qint64 offset;
-    unsigned int points;
-    quint32 triangles;
-    pcBoundingBoxf box;
-};
 
 QString sortName(EDataSetSort sort)
 {
@@ -38,40 +29,13 @@ QString sortName(EDataSetSort sort)
     return {};
 }
 
-/// The triangle count of a block, which the reader tells only together with the points.
-quint32 readTriangleCount(QFile &file, qint64 blockOffset)
-{
-    constexpr qint64 triangleCountAt = 8;
-    quint32 count = 0;
-    if (file.seek(blockOffset + triangleCountAt))
-        file.read(reinterpret_cast<char *>(&count), sizeof count);
-    return count;
-}
-
-QList<BlockRow> rowsOf(const PtCloud_DataSetFile &file)
-{
-    QFile bytes(file.getFilepath());
-    if (!bytes.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        throw CommandError(QStringLiteral("%1 can't be read: %2").arg(quoted(file.getFilepath()), bytes.errorString()));
-    QList<BlockRow> rows;
-    const auto infos = file.getBlockInfos();
-    for (auto it = infos.cbegin(); it != infos.cend(); ++it) {
-        const auto &[offset, points, box] = *it;
-        rows.append({it.key(), offset, points, readTriangleCount(bytes, offset), box});
-    }
-    return rows;
-}
-
 QJsonObject toJson(const BlockRow &row)
 {
-    const pcBoundingBoxf &box = row.box;
     return {{QStringLiteral("key"), row.key},
             {QStringLiteral("points"), static_cast<qint64>(row.points)},
             {QStringLiteral("triangles"), static_cast<qint64>(row.triangles)},
             {QStringLiteral("offset"), row.offset},
-            {QStringLiteral("box"), QJsonArray{static_cast<double>(box.xMin()), static_cast<double>(box.yMin()),
-                                               static_cast<double>(box.zMin()), static_cast<double>(box.xMax()),
-                                               static_cast<double>(box.yMax()), static_cast<double>(box.zMax())}}};
+            {QStringLiteral("box"), boxToJson(row.box)}};
 }
 
 QString toText(const BlockRow &row)
@@ -100,7 +64,7 @@ void run(const Console &console, const QString &path, bool summaryOnly)
     if (!file.openFile())
         throw CommandError(QStringLiteral("%1 is no sound data set file: its head fails a check").arg(quoted(path)));
 
-    const QList<BlockRow> rows = rowsOf(file);
+    const QList<BlockRow> rows = readBlockTable(file);
     qint64 points = 0;
     QJsonArray blocks;
     for (const BlockRow &row : rows) {

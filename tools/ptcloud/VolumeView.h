@@ -1,10 +1,11 @@
 #pragma once
 
+#include "MapPicture.h"
+
 #include "VolumeCalcAreaList.h"
 
+#include <QColor>
 #include <QImage>
-#include <QPainter>
-#include <QRectF>
 
 /// Draws calculated areas from above: what is to dig in red, what to fill in blue, the stronger the higher, with the
 /// boundaries and a scale bar.
@@ -23,18 +24,14 @@ public:
     double scaleBar() const { return m_scaleBar; }
 
 private:
-    void measure();
-    QPointF place(double x, double y) const;
+    void measureHeights();
     QColor colorOf(double height) const;
-    void drawCells(QPainter &painter, const ptCloud::VolumeCalcArea &area) const;
-    void drawTriangles(QPainter &painter, const ptCloud::VolumeCalcArea &area) const;
-    void drawBoundary(QPainter &painter, const ptCloud::VolumeCalcArea &area) const;
-    void drawScaleBar(QPainter &painter, int height);
+    void drawCells(MapPicture &map, const ptCloud::VolumeCalcArea &area) const;
+    void drawTriangles(MapPicture &map, const ptCloud::VolumeCalcArea &area) const;
+    static void drawBoundary(MapPicture &map, const ptCloud::VolumeCalcArea &area);
 
     QMap<QString, const ptCloud::VolumeCalcArea *> m_areas;
     int m_longestEdge;
-    QRectF m_extent;
-    double m_pixelsPerUnit = 1;
     double m_highestDig = 0;
     double m_deepestFill = 0;
     double m_scaleBar = 0;

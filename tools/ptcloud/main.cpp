@@ -26,6 +26,8 @@ int run(int argc, char **argv, Console &console)
     addPictureCommand(app, console);
     addDemoLasCommand(app, console);
     addVolumeCommand(app, console);
+    addContoursCommand(app, console);
+    addInspectCommand(app, console);
 
     try {
         app.parse(argc, argv);
