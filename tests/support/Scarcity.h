@@ -1,0 +1,103 @@
+#pragma once
+
+#include <QtGlobal>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define SUPPORT_HAS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define SUPPORT_HAS_SANITIZER 1
+#endif
+#endif
+
+// A sanitizer's shadow memory counts as address space, and its allocator ends the process where memory is short.
+#if defined(Q_OS_LINUX) && !defined(SUPPORT_HAS_SANITIZER)
+#define SUPPORT_CAN_LIMIT_ADDRESS_SPACE 1
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace support
+{
+
+/// While it lives, the process can't get more than about `spare` further bytes of address space.
+class AddressSpaceLimit
+{
+public:
+    explicit AddressSpaceLimit(rlim_t spare)
+    {
+        unsigned long pages = 0;
+        if (std::FILE *statm = std::fopen("/proc/self/statm", "r")) {
+            if (std::fscanf(statm, "%lu", &pages) != 1)
+                pages = 0;
+            std::fclose(statm);
+        }
+        m_holds = pages != 0 && getrlimit(RLIMIT_AS, &m_previous) == 0
+                  && set(static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + spare);
+    }
+    ~AddressSpaceLimit()
+    {
+        if (m_holds)
+            setrlimit(RLIMIT_AS, &m_previous);
+    }
+    AddressSpaceLimit(const AddressSpaceLimit &) = delete;
+    AddressSpaceLimit &operator=(const AddressSpaceLimit &) = delete;
+
+    bool holds() const { return m_holds; }
+
+private:
+    bool set(rlim_t bytes) const
+    {
+        const rlimit limit{bytes, m_previous.rlim_max};
+        return setrlimit(RLIMIT_AS, &limit) == 0;
+    }
+
+    rlimit m_previous{};
+    bool m_holds = false;
+};
+
+} // namespace support
+
+#endif
+
+#ifdef __GLIBC__
+#define SUPPORT_CAN_REFUSE_THREADS 1
+
+#include <pthread.h>
+
+#include <cstddef>
+
+namespace support
+{
+
+/// While it lives, a thread that is started with default attributes asks for a stack that no machine has.
+class NoThreads
+{
+public:
+    NoThreads()
+    {
+        pthread_attr_t absurd;
+        m_holds = pthread_getattr_default_np(&m_previous) == 0 && pthread_getattr_default_np(&absurd) == 0
+                  && pthread_attr_setstacksize(&absurd, std::size_t{1} << 47) == 0
+                  && pthread_setattr_default_np(&absurd) == 0;
+    }
+    ~NoThreads()
+    {
+        if (m_holds)
+            pthread_setattr_default_np(&m_previous);
+    }
+    NoThreads(const NoThreads &) = delete;
+    NoThreads &operator=(const NoThreads &) = delete;
+
+    bool holds() const { return m_holds; }
+
+private:
+    pthread_attr_t m_previous{};
+    bool m_holds = false;
+};
+
+} // namespace support
+
+#endif
