@@ -38,6 +38,17 @@ auto storedBits(const Object &object)
     return stored<std::conditional_t<sizeof(S) == 4, std::uint32_t, std::uint64_t>>(object);
 }
 
+/// Whether the expression that `Expression` stands for exists for a class.
+template <template <typename> class Expression, typename T, typename = void>
+constexpr bool exists = false;
+template <template <typename> class Expression, typename T>
+constexpr bool exists<Expression, T, std::void_t<Expression<T>>> = true;
+
+template <typename T, template <typename> class... Expressions>
+constexpr bool hasAll = (exists<Expressions, T> && ...);
+template <typename T, template <typename> class... Expressions>
+constexpr bool hasNone = !(exists<Expressions, T> || ...);
+
 /// The scalar of a floating-point vector, and how many of it the vector has.
 template <typename V>
 using ScalarOf = std::decay_t<decltype(std::declval<const V &>().x())>;

@@ -27,9 +27,9 @@ namespace
 
 static_assert(sizeof(pcVec3i) == 12 && std::is_standard_layout_v<pcVec3i> && std::is_trivially_copyable_v<pcVec3i>);
 static_assert(offsetof(pcVec3i, x) == 0 && offsetof(pcVec3i, y) == 4 && offsetof(pcVec3i, z) == 8);
-static_assert(
-    std::is_same_v<decltype(pcVec3i::x),
-                   int> && std::is_same_v<decltype(pcVec3i::y), int> && std::is_same_v<decltype(pcVec3i::z), int>);
+static_assert(std::is_same_v<decltype(pcVec3i::x), int>);
+static_assert(std::is_same_v<decltype(pcVec3i::y), int>);
+static_assert(std::is_same_v<decltype(pcVec3i::z), int>);
 static_assert(std::is_same_v<decltype(std::declval<pcVec3i &>() = std::declval<const pcVec3i &>()), pcVec3i &>);
 static_assert(std::is_same_v<decltype(std::declval<pcVec3i &>() = std::declval<pcVec3i &&>()), pcVec3i &>);
 static_assert(std::is_same_v<decltype(&pcVec3i::operator*), pcVec3i (pcVec3i::*)(float) const>);
@@ -43,51 +43,20 @@ static_assert(std::is_same_v<decltype(&pcVec3i::length2), int (pcVec3i::*)() con
 static_assert(std::is_same_v<decltype(&pcVec3i::length), int (pcVec3i::*)() const>);
 
 // The members are public; there is no accessor, no subscript, no dot product and nothing that floats alone have.
-template <typename V, typename = void>
-struct HasSubscript : std::false_type
-{
-};
 template <typename V>
-struct HasSubscript<V, std::void_t<decltype(std::declval<V &>()[0])>> : std::true_type
-{
-};
-template <typename V, typename = void>
-struct HasDot : std::false_type
-{
-};
+using Subscript = decltype(std::declval<V &>()[0]);
 template <typename V>
-struct HasDot<V, std::void_t<decltype(std::declval<const V &>() * std::declval<const V &>())>> : std::true_type
-{
-};
-template <typename V, typename = void>
-struct HasSet : std::false_type
-{
-};
+using Dot = decltype(std::declval<const V &>() * std::declval<const V &>());
 template <typename V>
-struct HasSet<V, std::void_t<decltype(std::declval<V &>().set(1, 2, 3))>> : std::true_type
-{
-};
-template <typename V, typename = void>
-struct HasNormalize : std::false_type
-{
-};
+using Set = decltype(std::declval<V &>().set(1, 2, 3));
 template <typename V>
-struct HasNormalize<V, std::void_t<decltype(std::declval<V &>().normalize())>> : std::true_type
-{
-};
-template <typename V, typename = void>
-struct HasNaNTests : std::false_type
-{
-};
+using Normalize = decltype(std::declval<V &>().normalize());
 template <typename V>
-struct HasNaNTests<V, std::void_t<decltype(std::declval<V &>().isNaN() || std::declval<V &>().valid())>>
-    : std::true_type
-{
-};
-static_assert(HasSubscript<pcVec3f>::value && HasDot<pcVec3f>::value && HasSet<pcVec3f>::value
-              && HasNormalize<pcVec3f>::value && HasNaNTests<pcVec3f>::value);
-static_assert(!HasSubscript<pcVec3i>::value && !HasDot<pcVec3i>::value && !HasSet<pcVec3i>::value
-              && !HasNormalize<pcVec3i>::value && !HasNaNTests<pcVec3i>::value);
+using IsNaN = decltype(std::declval<V &>().isNaN());
+template <typename V>
+using Valid = decltype(std::declval<V &>().valid());
+static_assert(hasAll<pcVec3f, Subscript, Dot, Set, Normalize, IsNaN, Valid>);
+static_assert(hasNone<pcVec3i, Subscript, Dot, Set, Normalize, IsNaN, Valid>);
 static_assert(!std::is_convertible_v<pcVec3i, pcVec3f> && !std::is_convertible_v<pcVec3f, pcVec3i>);
 
 /// The same value on all three axes.

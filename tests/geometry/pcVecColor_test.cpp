@@ -13,33 +13,15 @@ namespace
 {
 
 // Vectors of three components are no colours.
-template <typename V, typename = void>
-struct HasColor : std::false_type
-{
-};
 template <typename V>
-struct HasColor<V, std::void_t<decltype(std::declval<V &>().r())>> : std::true_type
-{
-};
-template <typename V, typename = void>
-struct HasPacking : std::false_type
-{
-};
+using Red = decltype(std::declval<V &>().r());
 template <typename V>
-struct HasPacking<V, std::void_t<decltype(std::declval<V &>().asABGR())>> : std::true_type
-{
-};
-template <typename V, typename = void>
-struct HasClamp : std::false_type
-{
-};
+using Abgr = decltype(std::declval<V &>().asABGR());
 template <typename V>
-struct HasClamp<V, std::void_t<decltype(&V::clampTo)>> : std::true_type
-{
-};
-static_assert(!HasColor<pcVec3f>::value && !HasColor<pcVec3d>::value);
-static_assert(!HasPacking<pcVec3f>::value && !HasPacking<pcVec3d>::value);
-static_assert(!HasClamp<pcVec3f>::value && !HasClamp<pcVec3d>::value);
+using Rgba = decltype(std::declval<V &>().asRGBA());
+template <typename V>
+using Clamp = decltype(&V::clampTo);
+static_assert(hasNone<pcVec3f, Red, Abgr, Rgba, Clamp> && hasNone<pcVec3d, Red, Abgr, Rgba, Clamp>);
 
 template <typename V, typename S = ScalarOf<V>>
 constexpr bool hasColorMembers()
@@ -47,7 +29,7 @@ constexpr bool hasColorMembers()
     static_assert(std::is_same_v<decltype(&V::clampTo), S (V::*)(S, S, S) const>);
     static_assert(std::is_same_v<decltype(&V::asABGR), unsigned int (V::*)() const>);
     static_assert(std::is_same_v<decltype(&V::asRGBA), unsigned int (V::*)() const>);
-    return HasColor<V>::value && HasPacking<V>::value && HasClamp<V>::value;
+    return hasAll<V, Red, Abgr, Rgba, Clamp>;
 }
 static_assert(hasColorMembers<pcVec4f>() && hasColorMembers<pcVec4d>());
 

@@ -47,54 +47,28 @@ static_assert(std::is_same_v<ScalarOf<pcVec3f>, float> && std::is_same_v<ScalarO
 static_assert(std::is_same_v<ScalarOf<pcVec4f>, float> && std::is_same_v<ScalarOf<pcVec4d>, double>);
 static_assert(sizeof(pcVec3f) == 12 && sizeof(pcVec3d) == 24 && sizeof(pcVec4f) == 16 && sizeof(pcVec4d) == 32);
 
-// Each kind takes the subscript of its own integer type and no other.
-template <typename V, typename Index, typename = void>
-struct HasSubscript : std::false_type
-{
-};
+// What only one of the two kinds has; each takes the subscript of its own integer type and no other.
 template <typename V, typename Index>
-struct HasSubscript<V, Index,
-                    std::void_t<decltype(static_cast<ScalarOf<V> &(V::*)(Index)>(&V::operator[])),
-                                decltype(static_cast<ScalarOf<V> (V::*)(Index) const>(&V::operator[]))>>
-    : std::true_type{};
-static_assert(HasSubscript<pcVec3f, int>::value && HasSubscript<pcVec3d, int>::value);
-static_assert(!HasSubscript<pcVec3f, unsigned int>::value && !HasSubscript<pcVec3d, unsigned int>::value);
-static_assert(HasSubscript<pcVec4f, unsigned int>::value && HasSubscript<pcVec4d, unsigned int>::value);
-static_assert(!HasSubscript<pcVec4f, int>::value && !HasSubscript<pcVec4d, int>::value);
-
-template <typename V, typename = void>
-struct HasCross : std::false_type
-{
-};
+using Subscript = std::pair<decltype(static_cast<ScalarOf<V> &(V::*)(Index)>(&V::operator[])),
+                            decltype(static_cast<ScalarOf<V> (V::*)(Index) const>(&V::operator[]))>;
 template <typename V>
-struct HasCross<V, std::void_t<decltype(std::declval<const V &>() ^ std::declval<const V &>())>>
-    : std::is_same<decltype(std::declval<const V &>() ^ std::declval<const V &>()), V>
-{
-};
-static_assert(HasCross<pcVec3f>::value && HasCross<pcVec3d>::value);
-static_assert(!HasCross<pcVec4f>::value && !HasCross<pcVec4d>::value);
-
-template <typename V, typename = void>
-struct HasSetOfVector : std::false_type
-{
-};
+using SignedSubscript = Subscript<V, int>;
 template <typename V>
-struct HasSetOfVector<V, std::void_t<decltype(std::declval<V &>().set(std::declval<const V &>()))>> : std::true_type
-{
-};
-static_assert(HasSetOfVector<pcVec3f>::value && HasSetOfVector<pcVec3d>::value);
-static_assert(!HasSetOfVector<pcVec4f>::value && !HasSetOfVector<pcVec4d>::value);
-
-template <typename V, typename = void>
-struct HasFourth : std::false_type
-{
-};
+using UnsignedSubscript = Subscript<V, unsigned int>;
 template <typename V>
-struct HasFourth<V, std::void_t<decltype(std::declval<V &>().w())>> : std::true_type
-{
-};
-static_assert(HasFourth<pcVec4f>::value && HasFourth<pcVec4d>::value);
-static_assert(!HasFourth<pcVec3f>::value && !HasFourth<pcVec3d>::value);
+using Cross = decltype(std::declval<const V &>() ^ std::declval<const V &>());
+template <typename V>
+using SetOfVector = decltype(std::declval<V &>().set(std::declval<const V &>()));
+template <typename V>
+using Fourth = decltype(std::declval<V &>().w());
+
+static_assert(hasAll<pcVec3f, SignedSubscript, Cross, SetOfVector>);
+static_assert(hasAll<pcVec3d, SignedSubscript, Cross, SetOfVector>);
+static_assert(hasNone<pcVec3f, UnsignedSubscript, Fourth> && hasNone<pcVec3d, UnsignedSubscript, Fourth>);
+static_assert(hasAll<pcVec4f, UnsignedSubscript, Fourth> && hasAll<pcVec4d, UnsignedSubscript, Fourth>);
+static_assert(hasNone<pcVec4f, SignedSubscript, Cross, SetOfVector>);
+static_assert(hasNone<pcVec4d, SignedSubscript, Cross, SetOfVector>);
+static_assert(std::is_same_v<Cross<pcVec3f>, pcVec3f> && std::is_same_v<Cross<pcVec3d>, pcVec3d>);
 
 template <typename V>
 class FloatVec : public ::testing::Test

@@ -92,14 +92,23 @@ TEST_F(DataSetFileBlocks, WithoutColumnsHoldIndicesAndMarks)
     expectBlockAt(file.bytes(), dataOffset(file, 0), {}, m_file.readBlock(1));
 }
 
-TEST_F(DataSetFileBlocks, WithoutPointsAreReadAsEmptyArrays)
+TEST_F(DataSetFileBlocks, WithoutPointsAreReadAtTheVeryEndOfTheFile)
 {
-    const BlockFile file = soundFile({0, 13}, {{0}, {0}});
-    ASSERT_TRUE(opens(file));
-    const stPtCloud_PointArray *block = m_file.readBlock(2);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(block->m_pointCount, 0U);
-    EXPECT_EQ(block->m_blockTag, -1);
+    for (const std::vector<support::BlockCounts> &counts :
+         {std::vector<support::BlockCounts>{{0}}, {{0}, {0}}, {{4}, {0}}}) {
+        BlockFile file = soundFile({0, 13}, counts);
+        file.blocks.back().tag = 6;
+        const QByteArray bytes = file.bytes();
+        const qint64 last = dataOffset(file, counts.size() - 1);
+        ASSERT_EQ(last + 12, bytes.size());
+        ASSERT_TRUE(opens(bytes));
+        const stPtCloud_PointArray *block = m_file.readBlock(static_cast<int>(counts.size()));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(block->m_pointCount, 0U);
+        EXPECT_EQ(block->m_blockTag, 6);
+        EXPECT_EQ(block->m_triangleCount, 0U);
+        expectBlockAt(bytes, dataOffset(file, 0), file.columns, m_file.readBlock(1));
+    }
 }
 
 TEST_F(DataSetFileBlocks, TagsAreRestored)

@@ -347,7 +347,7 @@ TEST(stQuadPrismRecord, TakesAreaAndHeightAsFloats)
     EXPECT_EQ(calculated(cell).digVolume, static_cast<double>(height) * static_cast<double>(area));
     EXPECT_EQ(calculated({cell[0], cell[1], cell[2], cell[3], 12.3F, 0.1F}).fillVolume,
               static_cast<double>(height) * static_cast<double>(area));
-    // In double all along it would be another number: a quarter of the side is lost at this place.
+    // In double all along it would be another number: so far out, floats stand a 128th apart.
     EXPECT_EQ(width, 0.1015625F);
     EXPECT_NE(static_cast<double>(height), static_cast<double>(12.3F) - static_cast<double>(0.1F));
 }
