@@ -208,6 +208,9 @@ bool PtCloud_DataSetFile::readBlockList()
     qint32 blockCount = 0;
     if (!readValue(*m_file, blockCount))
         return false;
+    // Each block takes at least its head, so a count beyond the file is refused before a long walk.
+    if (blockCount > (fileSize - m_file->pos()) / (BlockLayout::recordHeadSize + BlockLayout::dataHeadSize))
+        return false;
     for (qint32 number = 1; number <= blockCount; ++number) {
         RecordHead head = {};
         if (!readValue(*m_file, head))

@@ -1,5 +1,6 @@
 #include "DataSetFileTest.h"
 #include "LasWriter.h"
+#include "Scarcity.h"
 
 #include "LasFile.h"
 #include "PtCloud_DataSetFile.h"
@@ -12,10 +13,6 @@
 #include <memory>
 #include <string>
 
-#ifdef Q_OS_UNIX
-#include <csignal>
-#include <sys/resource.h>
-#endif
 #ifdef Q_OS_LINUX
 #include <cerrno>
 #include <cstring>
@@ -90,32 +87,6 @@ protected:
 namespace
 {
 
-/// While it lives, no file of this process grows beyond a size: writing there fails, and raises no signal.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(qint64 bytes) : m_previousAction(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &m_previous);
-        const rlimit limit{static_cast<rlim_t>(bytes), m_previous.rlim_max};
-        m_holds = setrlimit(RLIMIT_FSIZE, &limit) == 0;
-    }
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_previous);
-        std::signal(SIGXFSZ, m_previousAction);
-    }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
-    bool holds() const { return m_holds; }
-
-private:
-    void (*m_previousAction)(int);
-    rlimit m_previous{};
-    bool m_holds = false;
-};
-
 /// A build into a file that may not grow beyond a size.
 class LimitedFileSize : public FullDisk
 {
@@ -124,7 +95,7 @@ protected:
     {
         LasFile las;
         load(las, points);
-        const FileSizeLimit limit(bytes);
+        const support::FileSizeLimit limit(bytes);
         EXPECT_TRUE(limit.holds());
         return m_file.makeDataSet_byLasFile({&las}, {EDataSetColumn_Position});
     }

@@ -3,11 +3,6 @@
 
 #include <QDir>
 
-#ifdef Q_OS_UNIX
-#include <csignal>
-#include <sys/resource.h>
-#endif
-
 using support::BlockFile;
 
 namespace
@@ -243,37 +238,11 @@ TEST_F(LasBuildScarcity, OfMemoryFailsWithALine)
 #endif
 
 #ifdef Q_OS_UNIX
-/// While it lives, no file of this process can grow beyond a size; an attempt fails like one on a full disk.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes) : m_previousAction(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &m_previous);
-        const rlimit limit{bytes, m_previous.rlim_max};
-        m_holds = setrlimit(RLIMIT_FSIZE, &limit) == 0;
-    }
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_previous);
-        std::signal(SIGXFSZ, m_previousAction);
-    }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
-    bool holds() const { return m_holds; }
-
-private:
-    void (*m_previousAction)(int);
-    rlimit m_previous{};
-    bool m_holds = false;
-};
-
 TEST_F(LasBuildScarcity, OfDiskSpaceFailsWithTheSizeInWholeMebibytes)
 {
     addPoints(50000);
     {
-        const FileSizeLimit limit(1 << 20);
+        const support::FileSizeLimit limit(1 << 20);
         ASSERT_TRUE(limit.holds());
         EXPECT_FALSE(build(allColumns()));
     }

@@ -101,3 +101,41 @@ private:
 } // namespace support
 
 #endif
+
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
+
+#include <csignal>
+
+namespace support
+{
+
+/// While it lives, no file of this process grows beyond a size: writing there fails, and raises no signal.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(qint64 bytes) : m_previousAction(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &m_previous);
+        const rlimit limit{static_cast<rlim_t>(bytes), m_previous.rlim_max};
+        m_holds = setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_previous);
+        std::signal(SIGXFSZ, m_previousAction);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+    bool holds() const { return m_holds; }
+
+private:
+    void (*m_previousAction)(int);
+    rlimit m_previous{};
+    bool m_holds = false;
+};
+
+} // namespace support
+
+#endif

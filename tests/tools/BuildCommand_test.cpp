@@ -137,8 +137,8 @@ TEST_F(BlockFileCommands, BuildNeverOverwritesASource)
     const QString las = demo("a.las", "100");
     const QByteArray before = support::readFile(las);
     ASSERT_TRUE(QFile::link(las, path("link")));
-    expectOneErrorLine(PtcloudRun({QStringLiteral("build"), las, las}), "is one of the LAS files");
-    expectOneErrorLine(PtcloudRun({QStringLiteral("build"), path("link"), las}), "is one of the LAS files");
+    expectOneErrorLine(PtcloudRun({QStringLiteral("build"), las, las}), "is one of the files to read");
+    expectOneErrorLine(PtcloudRun({QStringLiteral("build"), path("link"), las}), "is one of the files to read");
     EXPECT_EQ(support::readFile(las), before);
 }
 
