@@ -64,14 +64,12 @@ class NearestHeight
 {
 public:
     NearestHeight(const CellAxis &x, const CellAxis &y, const std::vector<float> &heights)
-        : m_x(x), m_y(y), m_heights(heights), m_endToTheRight(y.cells(), 0)
+        : m_x(x), m_y(y), m_heights(heights), m_columns(x.cells()), m_rows(y.cells()), m_endToTheRight(m_rows, 0)
     {}
 
     /// `HeightGrid::noHeight` if no direction has one.
-    float of(std::size_t index)
+    float of(std::size_t column, std::size_t row)
     {
-        const std::size_t column = index / m_y.cells();
-        const std::size_t row = index % m_y.cells();
         float height = below(column, row);
         if (height == HeightGrid::noHeight)
             height = above(column, row);
@@ -83,13 +81,13 @@ public:
     }
 
 private:
-    float at(std::size_t column, std::size_t row) const { return m_heights[column * m_y.cells() + row]; }
+    float at(std::size_t column, std::size_t row) const { return m_heights[column * m_rows + row]; }
     bool isHole(std::size_t column, std::size_t row) const { return at(column, row) == HeightGrid::noHeight; }
 
     /// What a search that ended at this cell found: nothing where the cell is not in the grid, or there is none.
     float found(std::size_t column, std::size_t row) const
     {
-        if (column >= m_x.cells() || row >= m_y.cells())
+        if (column >= m_columns || row >= m_rows)
             return HeightGrid::noHeight;
         const float height = at(column, row);
         return height == height ? height : HeightGrid::noHeight;
@@ -114,7 +112,7 @@ private:
         if (m_column != column || m_endAbove <= row) {
             m_column = column;
             m_endAbove = row + 1;
-            while (m_endAbove < m_y.cells() && isHole(column, m_endAbove))
+            while (m_endAbove < m_rows && isHole(column, m_endAbove))
                 ++m_endAbove;
         }
         return found(column, m_endAbove);
@@ -124,7 +122,7 @@ private:
         std::size_t &end = m_endToTheRight[row];
         if (end <= column) {
             end = column + 1;
-            while (end < m_x.cells() && isHole(end, row))
+            while (end < m_columns && isHole(end, row))
                 ++end;
         }
         return found(end, row);
@@ -133,6 +131,8 @@ private:
     const CellAxis &m_x;
     const CellAxis &m_y;
     const std::vector<float> &m_heights;
+    std::size_t m_columns;
+    std::size_t m_rows;
     std::size_t m_column = CellAxis::none; ///< the column that `m_endAbove` is about
     std::size_t m_endAbove = 0;            ///< the first cell above that is no hole
     std::vector<std::size_t> m_endToTheRight;
@@ -146,9 +146,10 @@ bool HeightGrid::layOut(const AreaPolygon &area, float cellSize)
     m_present = 0;
     if (!m_x.layOut(area.xMin(), area.xMax(), cellSize, mostCells))
         return false;
-    if (m_x.cells() == 0)
+    const std::size_t columns = m_x.cells();
+    if (columns == 0)
         return true;
-    if (!m_y.layOut(area.yMin(), area.yMax(), cellSize, mostCells / m_x.cells()))
+    if (!m_y.layOut(area.yMin(), area.yMax(), cellSize, mostCells / columns))
         return false;
     markCells(area.polygon());
     return true;
@@ -189,11 +190,14 @@ std::size_t HeightGrid::nextPresent(std::size_t index) const
 
 void HeightGrid::fillHoles()
 {
+    const std::size_t rows = m_y.cells();
+    if (rows == 0)
+        return;
     NearestHeight nearest(m_x, m_y, m_heights);
     for (std::size_t index = nextPresent(0); index < m_heights.size(); index = nextPresent(index + 1)) {
         if (m_heights[index] != noHeight)
             continue;
-        m_heights[index] = nearest.of(index);
+        m_heights[index] = nearest.of(index / rows, index % rows);
         if (m_heights[index] == noHeight) {
             m_heights[index] = absent;
             --m_present;

@@ -147,7 +147,7 @@ QStringList readAreas(const QString &path, VolumeCalcAreaList &list)
 {
     QStringList warnings;
     int number = 0;
-    for (const QJsonValue &value : featuresOf(path)) {
+    for (const auto &value : featuresOf(path)) {
         FeatureReader feature(value.toObject(), ++number);
         try {
             feature.addTo(list);
