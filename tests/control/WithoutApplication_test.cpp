@@ -1,0 +1,45 @@
+#include "Bytes.h"
+#include "LasWriter.h"
+
+#include "PtCloud_Controller.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+
+using namespace ptCloud;
+
+TEST(WithoutApplication, AControllerComesAndGoes)
+{
+    ASSERT_EQ(QCoreApplication::instance(), nullptr);
+    PtCloud_Controller controller;
+    controller.reset();
+    EXPECT_TRUE(controller.isDataSetEmpty());
+}
+
+TEST(WithoutApplication, LasFilesAreImportedAndRemoved)
+{
+    ASSERT_EQ(QCoreApplication::instance(), nullptr);
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("a.las"));
+    support::LasWriter writer;
+    writer.points = {support::LasPoint()};
+    ASSERT_TRUE(writer.write(path));
+    PtCloud_Controller controller;
+    QString name;
+    EXPECT_EQ(controller.doCmd_LasFile_Import({path}, &name), ActResult_Success);
+    EXPECT_EQ(name, QStringLiteral("a.las"));
+    EXPECT_EQ(controller.doCmd_LasFile_Remove({name}), ActResult_Success);
+}
+
+TEST(WithoutApplication, AProjectIsRestored)
+{
+    ASSERT_EQ(QCoreApplication::instance(), nullptr);
+    const QTemporaryDir dir;
+    ASSERT_TRUE(support::writeFile(dir.filePath(QStringLiteral("stray")), "stray"));
+    PtCloud_Controller controller;
+    controller.setDir(dir.path());
+    controller.setFiles({}, {}, {});
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("stray"))));
+}
