@@ -288,7 +288,7 @@ int main(int argc, char **argv)
     }
     const QString path = QDir(QString::fromLocal8Bit(argv[1])).absoluteFilePath(QStringLiteral("volume.blk"));
     const int rounds = argc > 2 ? std::atoi(argv[2]) : 5;
-    for (const std::size_t points : {100000, 1000000, 10000000})
+    for (const std::size_t points : {std::size_t(100000), std::size_t(1000000), std::size_t(10000000)})
         benchGrid(path, points, 0.1F, rounds);
     for (const float cellSize : {1.0F, 0.02F})
         benchGrid(path, 1000000, cellSize, rounds);

@@ -178,7 +178,8 @@ stLasRecord_fmt_5 DemoSurvey::point(quint32 index) const
     record.z = static_cast<qint32>(std::lround(height * 1000.0));
     record.intensity = static_cast<quint16>(surface.intensity + hash % 200);
     const bool isEdge = std::abs(swing) > 0.995;
-    record.returnFlags = static_cast<quint8>(returnNumber | returns << 3 | (strip % 2) << 6 | (isEdge ? 1U : 0U) << 7);
+    const auto returnBits = static_cast<unsigned int>(returnNumber | returns << 3);
+    record.returnFlags = static_cast<quint8>(returnBits | (strip % 2) << 6 | (isEdge ? 1U : 0U) << 7);
     record.classification = surface.classification;
     const double angle = std::atan2(swing * width / 2.0, flyingHeight) * 57.29577951308232;
     record.scanAngleRank = static_cast<quint8>(static_cast<qint8>(std::lround(angle)));
