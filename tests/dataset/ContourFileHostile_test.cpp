@@ -1,15 +1,10 @@
 #include "ContourTesting.h"
-
-#include <QFile>
+#include "DataSetFileTest.h"
+#include "Scarcity.h"
 
 #include <functional>
 #include <limits>
 #include <random>
-#include <string>
-
-#ifdef Q_OS_UNIX
-#include <sys/resource.h>
-#endif
 
 using contour::contents;
 using contour::kept;
@@ -25,27 +20,15 @@ namespace
 constexpr int allowance = 1000000;
 constexpr qint32 most = std::numeric_limits<qint32>::max();
 
-/// The most memory that this process has used so far, in bytes.
-qint64 peakMemory()
-{
-#ifdef Q_OS_UNIX
-    rusage usage = {};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<qint64>(usage.ru_maxrss) * 1024;
-#else
-    return 0;
-#endif
-}
-
 class HostileContourFile : public contour::ContourFileTest
 {
 protected:
     /// Opens a file of these bytes, and expects that it takes little memory.
     bool opensInBounds(const QByteArray &bytes)
     {
-        const qint64 before = peakMemory();
+        const qint64 before = support::peakMemory();
         const bool result = opens(bytes);
-        EXPECT_LT(peakMemory() - before, 256LL << 20);
+        EXPECT_LT(support::peakMemory() - before, 256LL << 20);
         return result;
     }
 };
@@ -61,11 +44,6 @@ void PrintTo(const CountPosition &position, std::ostream *out)
 {
     *out << position.name;
 }
-
-struct PositionName
-{
-    std::string operator()(const ::testing::TestParamInfo<CountPosition> &info) const { return info.param.name; }
-};
 
 class HostileContourCount : public HostileContourFile, public ::testing::WithParamInterface<CountPosition>
 {
@@ -106,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
         CountPosition{
             "PointsOfTheLastLine",
             [](support::ContourFile &file, qint32 count) { file.groups[1].heights[0].lines[1].pointCount = count; }}),
-    PositionName());
+    support::CaseName());
 
 // The elements stay in the file, and what comes next is read out of them: the plain reader goes the same way.
 TEST_P(HostileContourCount, BelowOneIsNone)

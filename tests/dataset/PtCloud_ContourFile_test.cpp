@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <cmath>
 #include <limits>
 #include <random>
 #include <utility>

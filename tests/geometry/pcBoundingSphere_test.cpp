@@ -10,7 +10,7 @@ using namespace ptCloud;
 namespace
 {
 
-template <typename Sphere, typename V, typename B, typename S>
+template <typename Sphere, typename V, typename S>
 constexpr bool hasSphereMembers()
 {
     using Const = const Sphere &;
@@ -31,8 +31,8 @@ constexpr bool hasSphereMembers()
     static_assert(std::is_same_v<decltype(std::declval<Const>() != std::declval<Const>()), bool>);
     return true;
 }
-static_assert(hasSphereMembers<pcBoundingSpheref, pcVec3f, pcBoundingBoxf, float>());
-static_assert(hasSphereMembers<pcBoundingSphered, pcVec3d, pcBoundingBoxd, double>());
+static_assert(hasSphereMembers<pcBoundingSpheref, pcVec3f, float>());
+static_assert(hasSphereMembers<pcBoundingSphered, pcVec3d, double>());
 
 // What boxes alone have, and what the sphere of floats alone has.
 template <typename Sphere>

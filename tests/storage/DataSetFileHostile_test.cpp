@@ -1,4 +1,5 @@
 #include "DataSetFileTest.h"
+#include "Scarcity.h"
 
 #include "PtCloud_DataSetFile.h"
 
@@ -9,10 +10,6 @@
 #include <limits>
 #include <random>
 #include <vector>
-
-#ifdef Q_OS_UNIX
-#include <sys/resource.h>
-#endif
 
 using namespace ptCloud;
 using support::BlockFile;
@@ -29,18 +26,6 @@ namespace
 
 constexpr qint64 gibibyte = 1LL << 30;
 constexpr quint32 most = 0xFFFFFFFFU;
-
-/// The most memory that this process has used so far, in bytes.
-qint64 peakMemory()
-{
-#ifdef Q_OS_UNIX
-    rusage usage = {};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<qint64>(usage.ru_maxrss) * 1024;
-#else
-    return 0;
-#endif
-}
 
 /// A head with counts that no honest file has. `tail` bytes stand behind it.
 struct HostileHead
@@ -102,9 +87,9 @@ protected:
     /// Opens the file or not, but touches little memory on the way.
     void expectPromptAnswer()
     {
-        const qint64 before = peakMemory();
+        const qint64 before = support::peakMemory();
         const bool opened = m_file.openFile();
-        EXPECT_LT(peakMemory() - before, gibibyte / 4);
+        EXPECT_LT(support::peakMemory() - before, gibibyte / 4);
         EXPECT_EQ(m_file.isOpened(), opened);
         if (!opened)
             expectClosed(m_file);
@@ -116,9 +101,9 @@ protected:
 
 TEST_P(HostileDataSetFile, IsRefused)
 {
-    const qint64 before = peakMemory();
+    const qint64 before = support::peakMemory();
     EXPECT_FALSE(opens(GetParam().bytes()));
-    EXPECT_LT(peakMemory() - before, gibibyte / 4);
+    EXPECT_LT(support::peakMemory() - before, gibibyte / 4);
     expectClosed(m_file);
     EXPECT_TRUE(opens(soundFile({0}, {{1}}))) << "the object is as good as new";
 }
@@ -166,9 +151,9 @@ TEST_F(SparseDataSetFile, ALongRestBehindTheLastBlockCostsNothing)
 {
     const BlockFile contents = soundFile({0, 4}, {{3}, {2}});
     writeSparse(contents.bytes(), 60 * gibibyte);
-    const qint64 before = peakMemory();
+    const qint64 before = support::peakMemory();
     ASSERT_TRUE(m_file.openFile());
-    EXPECT_LT(peakMemory() - before, gibibyte / 4);
+    EXPECT_LT(support::peakMemory() - before, gibibyte / 4);
     expectBlockAt(contents.bytes(), dataOffset(contents, 1), contents.columns, m_file.readBlock(2));
 }
 
@@ -194,9 +179,9 @@ TEST_F(SparseDataSetFile, BlocksBeyondTheLargestCountAreReached)
     writeSparse(bytes.left(headSize), headSize + hole);
     writeAt(headSize + hole, bytes.mid(headSize));
 
-    const qint64 before = peakMemory();
+    const qint64 before = support::peakMemory();
     ASSERT_TRUE(m_file.openFile());
-    EXPECT_LT(peakMemory() - before, gibibyte / 4);
+    EXPECT_LT(support::peakMemory() - before, gibibyte / 4);
     const auto infos = m_file.getBlockInfos();
     EXPECT_EQ(std::get<0>(infos[1]), headSize + hole + 28);
     EXPECT_EQ(std::get<1>(infos[1]), 3U);
@@ -229,8 +214,8 @@ TEST_F(SparseDataSetFile, AColumnCountThatIsOneByteTooManyForAHoleTakesNoMemory)
 {
     const qint32 columns = std::numeric_limits<qint32>::max();
     writeSparse(withColumnCount(columns, 0), 16 + 4LL * columns - 1);
-    const qint64 before = peakMemory();
+    const qint64 before = support::peakMemory();
     EXPECT_FALSE(m_file.openFile());
-    EXPECT_LT(peakMemory() - before, gibibyte / 4);
+    EXPECT_LT(support::peakMemory() - before, gibibyte / 4);
     expectClosed(m_file);
 }

@@ -1,30 +1,12 @@
 #include "ContourFile.h"
 
-#include <cstring>
+#include "BigEndian.h"
 
 namespace support
 {
 
 namespace
 {
-
-void putBigEndian(QByteArray &out, quint64 value, int size)
-{
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
-        out.append(static_cast<char>(value >> shift & 0xff));
-}
-
-void putInt(QByteArray &out, qint32 value)
-{
-    putBigEndian(out, static_cast<quint32>(value), 4);
-}
-
-void putDouble(QByteArray &out, double value)
-{
-    quint64 bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    putBigEndian(out, bits, 8);
-}
 
 template <typename Element>
 void putCount(QByteArray &out, const std::optional<qint32> &lie, const std::vector<Element> &elements)
@@ -48,20 +30,11 @@ void putGroup(QByteArray &out, const ContourFile::Group &group)
     }
 }
 
-/// Takes numbers off the front of the bytes. A number that is cut short is zero and uses up what is left of it.
-class Reader
+class Reader : public BigEndianReader
 {
 public:
-    explicit Reader(const QByteArray &bytes) : m_bytes(bytes) {}
+    using BigEndianReader::BigEndianReader;
 
-    qint32 int32() { return static_cast<qint32>(static_cast<quint32>(number(4))); }
-    double float64()
-    {
-        const quint64 bits = number(8);
-        double value = 0.0;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
-    }
     /// How often something is repeated; none where that is more than a plain reader should try.
     qint32 count()
     {
@@ -72,21 +45,6 @@ public:
     bool tooMany() const { return m_tooMany; }
 
 private:
-    quint64 number(int size)
-    {
-        if (m_at + size > m_bytes.size()) {
-            m_at = m_bytes.size();
-            return 0;
-        }
-        quint64 value = 0;
-        for (int i = 0; i < size; ++i)
-            value = value << 8 | static_cast<quint8>(m_bytes.at(m_at + i));
-        m_at += size;
-        return value;
-    }
-
-    QByteArray m_bytes;
-    int m_at = 0;
     bool m_tooMany = false;
 };
 

@@ -3,6 +3,8 @@
 #include "BlockFile.h"
 #include "Bytes.h"
 #include "ContourFile.h"
+#include "DataSetFileTest.h"
+#include "DebugLog.h"
 #include "VolumeFile.h"
 
 #include "PtCloudDataSet.h"
@@ -17,8 +19,6 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-#include <algorithm>
-#include <functional>
 #include <ostream>
 #include <vector>
 
@@ -43,16 +43,21 @@ inline QByteArray meshBytes(quint8 seed)
     return file.bytes();
 }
 
-/// A picture of 3 by `height` grey pixels.
-inline QByteArray pictureBytes(int height)
+inline QByteArray pngBytes(const QImage &image)
 {
-    QImage image(3, height, QImage::Format_Grayscale8);
-    image.fill(100);
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return bytes;
+}
+
+/// A picture of 3 by `height` grey pixels.
+inline QByteArray pictureBytes(int height)
+{
+    QImage image(3, height, QImage::Format_Grayscale8);
+    image.fill(100);
+    return pngBytes(image);
 }
 
 /// A volume file of one area without results.
@@ -233,7 +238,8 @@ protected:
     }
 
     QString root() const { return m_root.path(); }
-    QString project() const { return m_root.filePath(QStringLiteral("project")); }
+    /// Two levels down, so that a name that climbs twice is still in the test's own directory.
+    QString project() const { return m_root.filePath(QStringLiteral("outer/project")); }
     QString inProject(const char *name) const { return project() + QLatin1Char('/') + QLatin1String(name); }
     QString path(const char *file) const { return inProject("site/") + QLatin1String(file); }
 
@@ -259,6 +265,7 @@ protected:
     DiskState onDisk() const { return diskState(root()); }
 
     QTemporaryDir m_root;
+    DebugLog m_log;
     ptCloud::PtCloudDataSet m_set;
     SignalLog m_signals{m_set};
 };

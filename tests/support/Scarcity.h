@@ -104,6 +104,27 @@ private:
 
 #ifdef Q_OS_UNIX
 #include <sys/resource.h>
+#endif
+
+namespace support
+{
+
+/// The most memory that this process has used so far, in bytes.
+inline qint64 peakMemory()
+{
+#ifdef Q_OS_UNIX
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<qint64>(usage.ru_maxrss) * 1024;
+#else
+    return 0;
+#endif
+}
+
+} // namespace support
+
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
 
 #include <csignal>
 

@@ -1,31 +1,14 @@
 #include "VolumeFile.h"
 
+#include "BigEndian.h"
+
 #include <cstddef>
-#include <cstring>
 
 namespace support
 {
 
 namespace
 {
-
-void putBigEndian(QByteArray &out, quint64 value, int size)
-{
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
-        out.append(static_cast<char>(value >> shift & 0xff));
-}
-
-void putInt(QByteArray &out, qint32 value)
-{
-    putBigEndian(out, static_cast<quint32>(value), 4);
-}
-
-void putDouble(QByteArray &out, double value)
-{
-    quint64 bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    putBigEndian(out, bits, 8);
-}
 
 void putString(QByteArray &out, const QString &text)
 {
@@ -77,51 +60,21 @@ void putArea(QByteArray &out, const VolumeFile::Area &area)
     out.append(static_cast<char>(area.gridCalculated));
 }
 
-/// Takes numbers off the front of the bytes. A number that is cut short is zero and uses up what is left of it.
-class Reader
+class Reader : public BigEndianReader
 {
 public:
-    explicit Reader(const QByteArray &bytes) : m_bytes(bytes) {}
+    using BigEndianReader::BigEndianReader;
 
-    quint64 number(int size)
-    {
-        quint64 value = 0;
-        for (int i = 0; i < size && m_at + i < m_bytes.size(); ++i)
-            value = value << 8 | static_cast<quint8>(m_bytes.at(m_at + i));
-        if (m_at + size > m_bytes.size()) {
-            m_pastTheEnd = true;
-            m_at = m_bytes.size();
-            return 0;
-        }
-        m_at += size;
-        return value;
-    }
-    qint32 int32() { return static_cast<qint32>(static_cast<quint32>(number(4))); }
-    double float64()
-    {
-        const quint64 bits = number(8);
-        double value = 0.0;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
-    }
     QString string()
     {
         const auto size = static_cast<quint32>(number(4));
         if (size == 0xffffffff)
             return {};
         QString text = QStringLiteral("");
-        for (quint32 i = 0; i < size / 2 && !m_pastTheEnd; ++i)
+        for (quint32 i = 0; i < size / 2 && !pastTheEnd(); ++i)
             text.append(QChar(static_cast<ushort>(number(2))));
-        return m_pastTheEnd ? QString() : text;
+        return pastTheEnd() ? QString() : text;
     }
-
-    bool pastTheEnd() const { return m_pastTheEnd; }
-    qint64 left() const { return m_bytes.size() - m_at; }
-
-private:
-    QByteArray m_bytes;
-    int m_at = 0;
-    bool m_pastTheEnd = false;
 };
 
 template <typename Record>
