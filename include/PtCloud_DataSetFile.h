@@ -7,12 +7,14 @@
 #include <QMap>
 #include <QString>
 
+#include <list>
 #include <memory>
 #include <tuple>
 
 namespace ptCloud
 {
 
+class ArrayClassifier;
 class LasFile;
 
 /// The disk form of a data set: one file with a head, a list of columns and blocks of points, each stored column by
@@ -67,6 +69,37 @@ public:
     /// failure the partial file stays on disk.
     bool makeDataSet_byLasFile(const QList<const LasFile *> &lasFiles, const QList<EDataSetColumn> &columns);
 
+    // Builders from memory and from other files. Like the one above they empty the file first, answer true only when
+    // every byte has reached it, and leave the object closed and, after a failure, a partial file on disk. An array
+    // with points but without positions, indices or marks is a failure, and so is a null entry.
+
+    /// Builds the file from one array, with all of its columns.
+    ///
+    /// The grid of boxes is laid over its positions, edges 1000 units or more; points without a finite position are
+    /// dropped. An array with triangles becomes one block, so that the mesh stays whole.
+    bool makeDataSet_byPointsArray(const stPtCloud_PointArray &array);
+
+    /// Builds the file from several arrays, each with a grid of its own; the columns are those of the first. The arrays
+    /// must not overlap in space: where their grids do, blocks hold wrong points. Triangles are not taken, and a first
+    /// array that has some is a failure. An array without points counts as not in the list.
+    bool makeDataSet_byPointsArray(QList<const stPtCloud_PointArray *> arrays);
+
+    /// Builds the file from several arrays, each as one block, with the columns that all of them have. Keys count from
+    /// 0. Their indices and marks are written over, in spite of the `const`: 0, 1, 2 ... and no mark. Arrays with
+    /// triangles do not belong here. An array without points counts as not in the list.
+    bool makeDataSet_bySplittedPointsArray(const std::list<const stPtCloud_PointArray *> &arrays);
+
+    /// Builds the file from blocks as they are, under their keys. Indices and marks of the arrays are written over, as
+    /// above. A listed column that an array lacks is a failure.
+    bool makeDataSet_byMemory(EDataSetSort sort, const QList<EDataSetColumn> &columns,
+                              const QMap<int, std::tuple<pcBoundingBoxf, const stPtCloud_PointArray *>> &blocks);
+
+    /// Merges whole files: all their blocks, with the columns that they have in common, and indices that run through
+    /// the merged file. The keys of each file follow on the largest key before; in files whose keys start at 0 this
+    /// loses a block at each seam. The sources are opened and stay open. A target that is one of the sources, by
+    /// whatever path, is refused and not touched. After a source that can't be opened the target stays open.
+    bool makeDataSet_byDataSetFiles(const QList<PtCloud_DataSetFile *> &files);
+
 private:
     struct stBlockInfo
     {
@@ -81,6 +114,13 @@ private:
     /// What a look at a file's head tells. Only a file that was read and failed a check is corrupt.
     enum class EHead { Sound, Corrupt, Unreadable };
     EHead checkHead();
+
+    /// Where a block of a merged file comes from.
+    struct stMergeSource
+    {
+        PtCloud_DataSetFile *file = nullptr;
+        int key = 0;
+    };
 
     bool open(bool forWriting);
     bool readHead();
@@ -99,7 +139,18 @@ private:
     bool readBlockList();
     bool readBytes(void *bytes, qint64 count);
     bool writeBytes(const void *bytes, qint64 count);
+    bool writeBlockAt(int key, const stPtCloud_PointArray &array);
+
+    template <typename Build>
+    bool buildFile(Build build);
+    template <typename Build>
+    bool finishFile(Build build);
     bool buildByLasFile(const QList<const LasFile *> &lasFiles, const QList<EDataSetColumn> &columns);
+    bool buildByGrids(ArrayClassifier &classifier, const QList<const stPtCloud_PointArray *> &arrays, EDataSetSort sort,
+                      unsigned int triangles);
+    bool writeBorrowed(int key, const stPtCloud_PointArray &array);
+    bool planMerge(const QList<PtCloud_DataSetFile *> &files, QMap<int, stMergeSource> &sources);
+    bool buildByDataSetFiles(const QMap<int, stMergeSource> &sources);
 
     QString m_filepath;
     std::unique_ptr<QFile> m_file; ///< null while closed

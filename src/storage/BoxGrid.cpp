@@ -34,4 +34,12 @@ BoxGrid::Ranges BoxGrid::cornersOf(int box) const
     return corners;
 }
 
+std::vector<qint64> BoxGrid::edgesOf(std::size_t axis) const
+{
+    std::vector<qint64> edges;
+    for (int i = 0; i <= m_counts[axis]; ++i)
+        edges.push_back(m_lower[axis] + i * m_size);
+    return edges;
+}
+
 } // namespace ptCloud

@@ -3,6 +3,7 @@
 #include "pcBoundingVolume.h"
 
 #include <array>
+#include <vector>
 
 namespace ptCloud
 {
@@ -42,12 +43,16 @@ public:
         return (ix | iy | iz) < 0 ? noBox : numberOf(ix, iy, iz);
     }
 
+    /// The box at these places along the axes.
+    int numberOf(int ix, int iy, int iz) const { return (ix * m_counts[1] + iy) * m_counts[2] + iz; }
+
     /// The two corners of a box, in the grid's integers.
     Ranges cornersOf(int box) const;
 
-private:
-    int numberOf(int ix, int iy, int iz) const { return (ix * m_counts[1] + iy) * m_counts[2] + iz; }
+    /// Where the boxes of an axis begin, and at the end where the last one ends.
+    std::vector<qint64> edgesOf(std::size_t axis) const;
 
+private:
     int indexOn(std::size_t axis, int value) const
     {
         const qint64 distance = value - m_lower[axis];

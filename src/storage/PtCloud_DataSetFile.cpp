@@ -310,6 +310,11 @@ bool PtCloud_DataSetFile::writeBufBlock(const stPtCloud_PointArray *array)
     return true;
 }
 
+bool PtCloud_DataSetFile::writeBlockAt(int key, const stPtCloud_PointArray &array)
+{
+    return m_file->seek(m_blocks[key].offset) && writeBufBlock(&array);
+}
+
 bool PtCloud_DataSetFile::readBytes(void *bytes, qint64 count)
 {
     return m_file->read(static_cast<char *>(bytes), count) == count;

@@ -1,12 +1,9 @@
-#include "PtCloud_DataSetFile.h"
+#include "PtCloud_DataSetFile_Build.h"
 
 #include "LasBlockAssembler.h"
 #include "LasClassifier.h"
 
-#include <QDebug>
-
 #include <limits>
-#include <new>
 
 namespace ptCloud
 {
@@ -45,14 +42,7 @@ int PtCloud_DataSetFile::_CalcMipMapBoxSize(int minX, int maxX, int minY, int ma
 bool PtCloud_DataSetFile::makeDataSet_byLasFile(const QList<const LasFile *> &lasFiles,
                                                 const QList<EDataSetColumn> &columns)
 {
-    bool done = false;
-    try {
-        done = open(true) && canComeFromLas(columns) && buildByLasFile(lasFiles, columns);
-    } catch (const std::bad_alloc &) {
-        done = false;
-    }
-    closeFile();
-    return done;
+    return buildFile([&] { return canComeFromLas(columns) && buildByLasFile(lasFiles, columns); });
 }
 
 bool PtCloud_DataSetFile::buildByLasFile(const QList<const LasFile *> &lasFiles, const QList<EDataSetColumn> &columns)
@@ -71,7 +61,7 @@ bool PtCloud_DataSetFile::buildByLasFile(const QList<const LasFile *> &lasFiles,
             blocks.push_back({static_cast<int>(box), static_cast<unsigned int>(points[box])});
     }
     if (blocks.empty()) {
-        qDebug().noquote() << "makeDataSet_byLasFile: points is empty.";
+        logPointsEmpty();
         return false;
     }
 
@@ -85,13 +75,12 @@ bool PtCloud_DataSetFile::buildByLasFile(const QList<const LasFile *> &lasFiles,
     }
     LasBlockAssembler assembler(classifier, std::move(blocks), columns);
     if (!countsFit || !assembler.allocate()) {
-        qDebug().noquote() << "makeDataSet_byLasFile: reallocBufMems failed.";
+        logNoMemory();
         return false;
     }
     return writeHead() && assembler.assemble([this](std::size_t number, const stPtCloud_PointArray &array) {
-        return m_file->seek(m_blocks[static_cast<int>(number) + 1].offset) && writeBufBlock(&array);
-    }) && m_file->flush()
-           && m_file->error() == QFileDevice::NoError;
+        return writeBlockAt(static_cast<int>(number) + 1, array);
+    });
 }
 
 } // namespace ptCloud
