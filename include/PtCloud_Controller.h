@@ -68,6 +68,40 @@ public:
     /// @return `ActResult_Success`, or `ActResult_NotFound`
     EEPtCloudActResult doCmd_LasFile_Remove(const stControlParam_LasFile_Remove &param);
 
+    /// Builds a new data set from registered LAS files. Its directory is made first and stays after a failure, with
+    /// what the builder left in it; a directory of that name that no data set uses is taken over.
+    ///
+    /// @return `ActResult_Success`; without a project directory `ActResult_CannotRun`; `ActResult_NameExists`;
+    ///         `ActResult_FileError` for a LAS file that does not load, or a LAS name that is not registered, which is
+    ///         then registered with an empty path; `ActResult_MakeFailed`
+    EEPtCloudActResult doCmd_DataSet_Make(const stControlParam_DataSet_Make &param);
+
+    /// Copies a data set with all of its contents.
+    ///
+    /// @return `ActResult_Success`; without a project directory, and where the copy fails, `ActResult_CannotRun`;
+    ///         `ActResult_NotFound`; `ActResult_NameExists`
+    EEPtCloudActResult doCmd_DataSet_Copy(const stControlParam_DataSet_Copy &param);
+
+    /// Merges the points of data sets into a new one, with the columns that they have in common, and announces it
+    /// before its sources go. After a failure the sources are untouched and the new directory is removed, with all in
+    /// it.
+    ///
+    /// @return `ActResult_Success`; without a project directory `ActResult_CannotRun`; `ActResult_NameExists`;
+    ///         `ActResult_NotFound` if a source is not registered; `ActResult_FileError` where the merge fails
+    EEPtCloudActResult doCmd_DataSet_Merge(const stControlParam_DataSet_Merge &param);
+
+    /// Removes a data set and deletes its directory.
+    ///
+    /// @return `ActResult_Success`, or `ActResult_NotFound`
+    EEPtCloudActResult doCmd_DataSet_Remove(const stControlParam_DataSet_Remove &param);
+
+    /// Renames a data set and its directory. Of the other names only those behind the old one in the order of the
+    /// registry are compared, without regard to case: past the others it is up to the file system.
+    ///
+    /// @return `ActResult_Success`; `ActResult_BadName` for blanks at the ends, the old name, and a clash;
+    ///         `ActResult_NotFound`; `ActResult_FileError` where the directory can't be renamed
+    EEPtCloudActResult doCmd_DataSet_Rename(const stControlParam_DataSet_Rename &param);
+
     /// Assigns the LAS registry, name to path, to `out`.
     void getLasFilepaths(QMap<QString, QString> &out) const;
 
@@ -106,6 +140,9 @@ Q_SIGNALS:
 private:
     void clear();
     void closePointFiles();
+    bool clashesWithDataSet(const QString &name) const;
+    void registerDataSet(const QString &name, std::unique_ptr<PtCloudDataSet> dataSet);
+    bool removeDataSet(const QString &name);
 
     QString m_dir;
     QMap<QString, QString> m_lasFiles; ///< registered name to path, as received

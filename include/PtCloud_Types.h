@@ -2,7 +2,9 @@
 
 #include "points_cloud_global.h"
 
+#include <QList>
 #include <QMetaType>
+#include <QSet>
 #include <QString>
 
 /// \file
@@ -79,6 +81,42 @@ struct stControlParam_LasFile_Import
 struct stControlParam_LasFile_Remove
 {
     QString name; ///< a registered LAS name, letter for letter
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Make` takes.
+struct stControlParam_DataSet_Make
+{
+    QList<QString> lasNames;       ///< registered LAS names, in the order of building
+    QList<EDataSetColumn> columns; ///< what the data set keeps: 0 among them, 1 and 2 not
+    QString name;                  ///< of the new data set and of its directory
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Copy` takes.
+struct stControlParam_DataSet_Copy
+{
+    QString name;    ///< registered name of the source
+    QString newName; ///< of the copy and of its directory
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Merge` takes.
+struct stControlParam_DataSet_Merge
+{
+    QSet<QString> sourceNames;  ///< registered names; the merge follows the set's own order
+    QString newName;            ///< of the merged data set and of its directory
+    bool removeSources = false; ///< remove the sources once the merge is done
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Remove` takes.
+struct stControlParam_DataSet_Remove
+{
+    QString name; ///< registered name
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Rename` takes.
+struct stControlParam_DataSet_Rename
+{
+    QString name;    ///< registered name now
+    QString newName; ///< wanted, without blanks at its ends
 };
 
 } // namespace ptCloud
