@@ -78,3 +78,7 @@ rm -f "$data/flight.blk" "$data/random.blk"
 echo
 echo "Earth volumes beside the least that they can cost:"
 "$bin/volume_areas" "$data" "$rounds"
+
+echo
+echo "Opening a project:"
+"$bin/restore_project" "$data"
