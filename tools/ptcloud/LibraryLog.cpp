@@ -6,29 +6,32 @@
 namespace
 {
 
-LibraryLog *listener = nullptr;
-QtMessageHandler previous = nullptr;
+LibraryLog *listener = nullptr; ///< the innermost
+QtMessageHandler systemHandler = nullptr;
 
 void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     if (type == QtDebugMsg)
         listener->take(text);
-    else if (previous != nullptr)
-        previous(type, context, text);
+    else if (systemHandler != nullptr)
+        systemHandler(type, context, text);
 }
 
 } // namespace
 
-LibraryLog::LibraryLog(std::function<void(qint64, qint64)> onProgress) : m_onProgress(std::move(onProgress))
+LibraryLog::LibraryLog(std::function<void(qint64, qint64)> onProgress)
+    : m_onProgress(std::move(onProgress)), m_outer(listener)
 {
     listener = this;
-    previous = qInstallMessageHandler(handleMessage);
+    if (m_outer == nullptr)
+        systemHandler = qInstallMessageHandler(handleMessage);
 }
 
 LibraryLog::~LibraryLog()
 {
-    qInstallMessageHandler(previous);
-    listener = nullptr;
+    listener = m_outer;
+    if (m_outer == nullptr)
+        qInstallMessageHandler(systemHandler);
 }
 
 void LibraryLog::take(const QString &text)

@@ -5,7 +5,7 @@
 #include <functional>
 
 /// Listens to what the library writes to the debug log, which is how it tells of progress and of the reason for a
-/// failed build. One at a time.
+/// failed build. Where several live, the innermost listens.
 class LibraryLog
 {
 public:
@@ -23,5 +23,6 @@ public:
 
 private:
     std::function<void(qint64, qint64)> m_onProgress;
+    LibraryLog *m_outer;
     QString m_failure;
 };
