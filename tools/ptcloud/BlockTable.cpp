@@ -1,8 +1,10 @@
 #include "BlockTable.h"
 
-#include "Console.h"
+#include "ColumnNames.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
 
 using namespace ptCloud;
 
@@ -17,6 +19,44 @@ quint32 readTriangleCount(QFile &file, qint64 blockOffset)
     if (file.seek(blockOffset + triangleCountAt))
         file.read(reinterpret_cast<char *>(&count), sizeof count);
     return count;
+}
+
+QString sortName(EDataSetSort sort)
+{
+    switch (sort) {
+    case EDataSetSort_None:
+        return QStringLiteral("none");
+    case EDataSetSort_ByBox:
+        return QStringLiteral("by box");
+    case EDataSetSort_ByArray:
+        return QStringLiteral("by array");
+    }
+    return {};
+}
+
+QJsonObject toJson(const BlockRow &row)
+{
+    return {{QStringLiteral("key"), row.key},
+            {QStringLiteral("points"), static_cast<qint64>(row.points)},
+            {QStringLiteral("triangles"), static_cast<qint64>(row.triangles)},
+            {QStringLiteral("offset"), row.offset},
+            {QStringLiteral("box"), boxToJson(row.box)}};
+}
+
+QString toText(const BlockRow &row)
+{
+    const auto edge = [](float low, float high) {
+        return QStringLiteral("%1 .. %2")
+            .arg(static_cast<double>(low), 0, 'f', 3)
+            .arg(static_cast<double>(high), 0, 'f', 3);
+    };
+    return QStringLiteral("%1 %2 %3 %4  x %5  y %6  z %7")
+        .arg(row.key, 8)
+        .arg(row.points, 10)
+        .arg(row.triangles, 10)
+        .arg(row.offset, 14)
+        .arg(edge(row.box.xMin(), row.box.xMax()), edge(row.box.yMin(), row.box.yMax()),
+             edge(row.box.zMin(), row.box.zMax()));
 }
 
 } // namespace
@@ -39,4 +79,32 @@ QJsonArray boxToJson(const pcBoundingBoxf &box)
 {
     return {static_cast<double>(box.xMin()), static_cast<double>(box.yMin()), static_cast<double>(box.zMin()),
             static_cast<double>(box.xMax()), static_cast<double>(box.yMax()), static_cast<double>(box.zMax())};
+}
+
+void tellBlocks(const Console &console, PtCloud_DataSetFile &file, bool summaryOnly)
+{
+    const QString path = file.getFilepath();
+    const QList<BlockRow> rows = readBlockTable(file);
+    qint64 points = 0;
+    QJsonArray blocks;
+    for (const BlockRow &row : rows) {
+        points += row.points;
+        if (console.json)
+            blocks.append(toJson(row));
+    }
+    console.line(QStringLiteral("%1: %2 points in %3 blocks, sorted %4, %5 bytes")
+                     .arg(path, grouped(points), grouped(rows.size()), sortName(file.getSortType()),
+                          grouped(QFileInfo(path).size())));
+    console.line(QStringLiteral("columns: ") + columnNames(file.getColumns()));
+    if (!summaryOnly && !rows.isEmpty()) {
+        console.line(QStringLiteral("     key     points  triangles         offset  box"));
+        for (const BlockRow &row : rows)
+            console.line(toText(row));
+    }
+    console.object({{QStringLiteral("file"), path},
+                    {QStringLiteral("sort"), static_cast<int>(file.getSortType())},
+                    {QStringLiteral("columns"), columnNumbers(file.getColumns())},
+                    {QStringLiteral("points"), points},
+                    {QStringLiteral("bytes"), QFileInfo(path).size()},
+                    {QStringLiteral("blocks"), blocks}});
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Console.h"
+
 #include "PtCloud_DataSetFile.h"
 
 #include <QJsonArray>
@@ -20,3 +22,6 @@ QList<BlockRow> readBlockTable(const ptCloud::PtCloud_DataSetFile &file);
 
 /// min x y z, max x y z
 QJsonArray boxToJson(const ptCloud::pcBoundingBoxf &box);
+
+/// Tells what an open file holds: sort, columns, and each block unless only a summary is wanted.
+void tellBlocks(const Console &console, ptCloud::PtCloud_DataSetFile &file, bool summaryOnly);
