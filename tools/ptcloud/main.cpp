@@ -28,6 +28,7 @@ int run(int argc, char **argv, Console &console)
     addVolumeCommand(app, console);
     addContoursCommand(app, console);
     addInspectCommand(app, console);
+    addProjectCommands(app, console);
 
     try {
         app.parse(argc, argv);
