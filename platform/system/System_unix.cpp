@@ -44,6 +44,19 @@ bool isWorker(pid_t pid)
     return name == "open3d_wrapper" || name == "open3d_wrapper_d";
 }
 
+/// Whether nothing of a process is left but what its parent has to collect: no thread, no memory, no open file. The
+/// link to its program goes earlier, while its memory is still mapped.
+bool hasEnded(pid_t pid)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly))
+        return true;
+    // pid (name) state ..., the 20th field is the number of threads; the name may hold anything.
+    const QByteArray stat = file.readAll();
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    return fields.size() < 18 || ((fields[0] == "Z" || fields[0] == "X") && fields[17].toInt() <= 1);
+}
+
 bool isOurs(pid_t pid)
 {
     struct stat info = {};
@@ -72,10 +85,10 @@ void stopWorkers()
     for (const pid_t pid : workers)
         ::kill(pid, SIGKILL);
 
-    // An ended process has no program any more, so a child that nobody has collected yet does not hold us up.
+    // A child that nobody has collected yet has ended all the same, and does not hold us up.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(workerExitTimeoutMs);
     for (const pid_t pid : workers) {
-        while (isWorker(pid) && std::chrono::steady_clock::now() < deadline)
+        while (!hasEnded(pid) && std::chrono::steady_clock::now() < deadline)
             QThread::msleep(1);
     }
 }

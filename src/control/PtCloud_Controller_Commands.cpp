@@ -5,6 +5,9 @@
 #include "PtCloudDataSet.h"
 #include "PtCloud_Controller.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include <algorithm>
 #include <new>
 
@@ -123,13 +126,20 @@ EEPtCloudActResult PtCloud_Controller::doCmd_DataSet_Merge(const stControlParam_
         return ActResult_CannotRun;
     if (clashesWithDataSet(wanted.newName))
         return ActResult_NameExists;
+    const QFileInfo place(QDir(m_dir).absoluteFilePath(wanted.newName));
     QList<PtCloud_DataSetFile *> sources;
+    bool isSource = false;
     for (const QString &name : wanted.sourceNames) {
         PtCloud_DataSetFile *const source = getDataSetReader(name);
         if (source == nullptr)
             return ActResult_NotFound;
+        isSource = isSource || QFileInfo(QFileInfo(source->getFilepath()).absolutePath()) == place;
         sources.append(source);
     }
+    // A failed merge removes its directory, which must not be that of a source that is linked to it. If it is the link
+    // itself, only the link goes.
+    if (isSource && !place.isSymLink())
+        return ActResult_FileError;
 
     auto merged = std::make_unique<PtCloudDataSet>();
     merged->setDir(m_dir, wanted.newName);

@@ -17,8 +17,10 @@ bool CellAxis::layOut(float low, float high, float step, std::size_t mostCells)
             return false;
         edge = next;
     }
-    // A step that is no number makes one cell whose far edge lies nowhere: nothing is ever in it.
-    if (!std::isfinite(m_edges.back())) {
+    // A cell whose far edge lies nowhere has no corner inside anything.
+    if (!std::isfinite(m_edges.back()))
+        m_edges.pop_back();
+    if (cells() == 0) {
         m_edges.clear();
         return true;
     }

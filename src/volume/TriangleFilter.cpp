@@ -50,13 +50,13 @@ TriangleFilter::TriangleFilter(const AreaPolygon &area, unsigned int triangles) 
 int TriangleFilter::column(double x) const
 {
     const double distance = x - static_cast<double>(m_area.xMin());
-    return std::clamp(static_cast<int>(distance / m_cellWidth), 0, m_size - 1);
+    return static_cast<int>(std::clamp(distance / m_cellWidth, 0.0, m_size - 1.0));
 }
 
 int TriangleFilter::row(double y) const
 {
     const double distance = y - static_cast<double>(m_area.yMin());
-    return std::clamp(static_cast<int>(distance / m_cellHeight), 0, m_size - 1);
+    return static_cast<int>(std::clamp(distance / m_cellHeight, 0.0, m_size - 1.0));
 }
 
 TriangleFilter::Cell &TriangleFilter::cell(int column, int row)

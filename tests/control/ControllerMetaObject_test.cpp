@@ -26,6 +26,7 @@ TEST(ControllerMetaObject, HasSevenSignalsInOrderAndNothingElse)
         const QMetaMethod method = meta.method(meta.methodOffset() + i);
         EXPECT_EQ(method.methodType(), QMetaMethod::Signal);
         EXPECT_EQ(method.methodSignature(), QByteArray(expected[i]));
+        EXPECT_EQ(method.returnType(), static_cast<int>(QMetaType::Void));
         for (const QByteArray &name : method.parameterNames())
             EXPECT_TRUE(name.isEmpty()) << expected[i];
     }
@@ -42,6 +43,29 @@ TEST(ControllerMetaObject, CarriesResultsAcrossAQueue)
     EXPECT_TRUE(results.isEmpty());
     QCoreApplication::processEvents();
     EXPECT_EQ(results, QList<EEPtCloudActResult>{ActResult_WorkerCrashed});
+}
+
+TEST(ControllerMetaObject, CarriesResultsAcrossAQueueThatIsConnectedByName)
+{
+    PtCloud_Controller controller;
+    PtCloud_Controller other;
+    ASSERT_TRUE(QObject::connect(&controller, SIGNAL(sg_DataSetFunction_Result(EEPtCloudActResult)), &other,
+                                 SIGNAL(sg_DataSetFunction_Result(EEPtCloudActResult)), Qt::QueuedConnection));
+    QSignalSpy spy(&other, &PtCloud_Controller::sg_DataSetFunction_Result);
+    Q_EMIT controller.sg_DataSetFunction_Result(ActResult_WorkerFailed);
+    EXPECT_EQ(spy.size(), 0);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(spy.size(), 1);
+    EXPECT_EQ(spy.first().first().value<EEPtCloudActResult>(), ActResult_WorkerFailed);
+}
+
+TEST(ControllerMetaObject, LetsTheHostRaiseProgress)
+{
+    PtCloud_Controller controller;
+    QSignalSpy spy(&controller, &PtCloud_Controller::sg_DataSetFunction_Progress);
+    Q_EMIT controller.sg_DataSetFunction_Progress(255, QStringLiteral("text"));
+    ASSERT_EQ(spy.size(), 1);
+    EXPECT_EQ(spy.first(), (QVariantList{255, QStringLiteral("text")}));
 }
 
 TEST(ControllerMetaObject, LetsASpySeeResults)

@@ -34,6 +34,10 @@ protected:
                          [this](const QString &from, const QString &to) {
                              m_signals << QStringLiteral("renamed %1 %2").arg(from, to);
                          });
+        QObject::connect(&m_controller, &PtCloud_Controller::sg_DataSetFunction_Progress,
+                         [this] { m_signals << QStringLiteral("progress"); });
+        QObject::connect(&m_controller, &PtCloud_Controller::sg_DataSetFunction_Result,
+                         [this] { m_signals << QStringLiteral("result"); });
     }
 
     QString path(const QString &name) const { return m_dir.filePath(name); }

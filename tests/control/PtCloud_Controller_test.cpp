@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 using namespace ptCloud;
@@ -61,6 +62,34 @@ TEST_F(LasRegistry, LooksForAFreeNameFromTheStartAfterEachUnderscore)
     EXPECT_EQ(name, QStringLiteral("__A.las"));
 }
 
+TEST_F(LasRegistry, TakesNoNameForTakenThatMerelyHasMoreUnderscores)
+{
+    EXPECT_EQ(import(lasFile("_a.las")), ActResult_Success);
+    QString name;
+    EXPECT_EQ(import(lasFile("a.las"), &name), ActResult_Success);
+    EXPECT_EQ(name, QStringLiteral("a.las"));
+}
+
+TEST_F(LasRegistry, ComparesLettersBeyondAsciiWithoutCaseToo)
+{
+    EXPECT_EQ(import(lasFile("\xc3\xa4.las")), ActResult_Success);
+    QString name;
+    EXPECT_EQ(import(lasFile("upper/\xc3\x84.las"), &name), ActResult_Success);
+    EXPECT_EQ(name, QString::fromUtf8("_\xc3\x84.las"));
+}
+
+TEST_F(LasRegistry, GivesANameFreeAgainWhenItIsRemoved)
+{
+    const QString file = lasFile("a.las");
+    EXPECT_EQ(import(file), ActResult_Success);
+    EXPECT_EQ(import(file), ActResult_Success);
+    EXPECT_EQ(m_controller.doCmd_LasFile_Remove({QStringLiteral("a.las")}), ActResult_Success);
+    EXPECT_EQ(lasFiles().keys(), QStringList(QStringLiteral("_a.las")));
+    QString name;
+    EXPECT_EQ(import(file, &name), ActResult_Success);
+    EXPECT_EQ(name, QStringLiteral("a.las"));
+}
+
 TEST_F(LasRegistry, RegistersAFileAsOftenAsItIsImported)
 {
     const QString file = lasFile("a.las");
@@ -82,8 +111,11 @@ TEST_F(LasRegistry, KeepsThePathAsItWasGiven)
 TEST_F(LasRegistry, RefusesWhatDoesNotLoadAndChangesNothing)
 {
     ASSERT_TRUE(support::writeFile(path("damaged.las"), "no LAS file"));
-    for (const QString &file :
-         {path("missing.las"), path("damaged.las"), m_dir.path(), QString(), lasFile("a.las") + QLatin1Char('/')}) {
+    support::LasWriter unknown;
+    unknown.format = 6;
+    ASSERT_TRUE(unknown.write(path("unknown.las")));
+    for (const QString &file : {path("unknown.las"), path("missing.las"), path("damaged.las"), m_dir.path(), QString(),
+                                lasFile("a.las") + QLatin1Char('/')}) {
         QString name = QStringLiteral("untouched");
         EXPECT_EQ(import(file, &name), ActResult_FileError) << qPrintable(file);
         EXPECT_EQ(name, QStringLiteral("untouched"));
@@ -135,12 +167,40 @@ TEST_F(LasRegistry, IsInItsFinalStateWhenASignalGoesOut)
     EXPECT_EQ(m_signals, (QStringList{QStringLiteral("las added a.las"), QStringLiteral("las removed a.las")}));
 }
 
+TEST_F(LasRegistry, HandsOutTheNameBeforeTheSignal)
+{
+    QString name;
+    QString seen;
+    QObject::connect(&m_controller, &PtCloud_Controller::sg_LasFile_Added, [&name, &seen] { seen = name; });
+    EXPECT_EQ(import(lasFile("a.las"), &name), ActResult_Success);
+    EXPECT_EQ(seen, QStringLiteral("a.las"));
+}
+
+TEST_F(LasRegistry, TakesAnImportFromWithinASignal)
+{
+    const QString second = lasFile("other/a.las");
+    bool imported = false;
+    QObject::connect(&m_controller, &PtCloud_Controller::sg_LasFile_Added, [this, &second, &imported] {
+        if (!imported) {
+            imported = true;
+            EXPECT_EQ(import(second), ActResult_Success);
+        }
+    });
+    QString name;
+    EXPECT_EQ(import(lasFile("a.las"), &name), ActResult_Success);
+    EXPECT_EQ(name, QStringLiteral("a.las"));
+    EXPECT_EQ(lasFiles().keys(), (QStringList{QStringLiteral("_a.las"), QStringLiteral("a.las")}));
+}
+
 TEST_F(LasRegistry, SurvivesAReset)
 {
     EXPECT_EQ(import(lasFile("a.las")), ActResult_Success);
+    m_signals.clear();
     m_controller.setDir(path("elsewhere"));
     m_controller.reset();
     EXPECT_EQ(lasFiles().size(), 1);
+    EXPECT_TRUE(m_signals.isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(path("elsewhere")));
 }
 
 TEST_F(LasRegistry, TellsTheColumnsThatAFormatHas)
@@ -159,7 +219,6 @@ TEST_F(LasRegistry, TellsTheColumnsThatAFormatHas)
         QList<int> numbers;
         for (const EDataSetColumn column : qAsConst(found))
             numbers << column;
-        std::sort(numbers.begin(), numbers.end());
         EXPECT_EQ(numbers, columns[format]) << "format " << static_cast<int>(format);
     }
 }
@@ -187,6 +246,41 @@ TEST_F(LasRegistry, ProcessesTheHostsEventsAtAReset)
     QTimer::singleShot(0, &m_controller, [&ran] { ran = true; });
     m_controller.reset();
     EXPECT_TRUE(ran);
+}
+
+TEST_F(LasRegistry, EndsAResetThoughEventsNeverEnd)
+{
+    int rounds = 0;
+    QObject host; // goes, and its timers with it, before the controller processes events for the last time
+    const std::function<void()> again = [&host, &rounds, &again] {
+        ++rounds;
+        QTimer::singleShot(0, &host, again);
+    };
+    again();
+    m_controller.reset();
+    EXPECT_GT(rounds, 1);
+}
+
+TEST_F(LasRegistry, LetsASlotWithinAResetUseTheController)
+{
+    const QString file = lasFile("a.las");
+    QTimer::singleShot(0, &m_controller, [this, &file] {
+        EXPECT_EQ(import(file), ActResult_Success);
+        m_controller.reset();
+    });
+    m_controller.reset();
+    EXPECT_EQ(lasFiles().size(), 1);
+}
+
+TEST(ControllerAndWorkers, AWorkerIsStoppedBeforeTheHostsEventsRun)
+{
+    support::HelperProgram worker(QStringLiteral("open3d_wrapper"));
+    ASSERT_TRUE(worker.start());
+    PtCloud_Controller controller;
+    bool wasKilled = false;
+    QTimer::singleShot(0, &controller, [&] { wasKilled = worker.isKilled(); });
+    controller.reset();
+    EXPECT_TRUE(wasKilled);
 }
 
 TEST(ControllerAndWorkers, ResetStopsAWorker)

@@ -1,4 +1,5 @@
 #include "Bytes.h"
+#include "HelperProgram.h"
 #include "LasWriter.h"
 
 #include "PtCloud_Controller.h"
@@ -16,6 +17,18 @@ TEST(WithoutApplication, AControllerComesAndGoes)
     PtCloud_Controller controller;
     controller.reset();
     EXPECT_TRUE(controller.isDataSetEmpty());
+}
+
+TEST(WithoutApplication, DestroyingAControllerStopsAWorker)
+{
+    ASSERT_EQ(QCoreApplication::instance(), nullptr);
+    support::HelperProgram worker(QStringLiteral("open3d_wrapper"));
+    ASSERT_TRUE(worker.start());
+    {
+        const PtCloud_Controller controller;
+        EXPECT_TRUE(worker.isRunning());
+    }
+    EXPECT_TRUE(worker.isKilled());
 }
 
 TEST(WithoutApplication, LasFilesAreImportedAndRemoved)

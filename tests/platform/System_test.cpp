@@ -4,13 +4,21 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QSharedMemory>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUuid>
 
+#include <memory>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#endif
 #ifdef Q_OS_LINUX
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #endif
@@ -62,8 +70,9 @@ TEST(StopWorkers, EndsAWorkerWhoseProgramFileWasRemoved)
 
 TEST(StopWorkers, LeavesAloneWhatOnlyResemblesAWorker)
 {
-    for (const char *name : {"open3d_wrapper_2", "my_open3d_wrapper", "open3d_wrapper.sh", "Open3d_Wrapper",
-                             "open3d_wrapper/other", "open3d_wrappe"}) {
+    for (const char *name :
+         {"open3d_wrapper_2", "my_open3d_wrapper", "open3d_wrapper.sh", "Open3d_Wrapper", "open3d_wrapper/other",
+          "open3d_wrapper_d/other", "open3d_wrappe", "open3d_wrapper (deleted) not"}) {
         HelperProgram program(QString::fromLatin1(name));
         ASSERT_TRUE(program.start());
         platform::stopWorkers();
@@ -79,6 +88,56 @@ TEST(StopWorkers, LeavesAloneAProcessThatOnlyNamesAWorkerInItsArguments)
     EXPECT_TRUE(program.isRunning());
 }
 
+TEST(StopWorkers, EndsThemWhereverTheirFilesLie)
+{
+    HelperProgram one(worker);
+    HelperProgram other(QStringLiteral("a folder/") + worker);
+    ASSERT_TRUE(one.start());
+    ASSERT_TRUE(other.start());
+    platform::stopWorkers();
+    EXPECT_TRUE(one.isKilled());
+    EXPECT_TRUE(other.isKilled());
+}
+
+#ifdef Q_OS_UNIX
+TEST(StopWorkers, EndsAWorkerThatIsSuspended)
+{
+    HelperProgram program(worker);
+    ASSERT_TRUE(program.start());
+    ASSERT_EQ(::kill(static_cast<pid_t>(program.processId()), SIGSTOP), 0);
+    platform::stopWorkers();
+    EXPECT_TRUE(program.isKilled());
+}
+
+TEST(StopWorkers, LeavesAloneAProgramThatRunsUnderALinkWithTheWorkersName)
+{
+    HelperProgram program(QStringLiteral("innocent"));
+    const QTemporaryDir links;
+    const QString link = links.filePath(worker);
+    ASSERT_TRUE(QFile::link(program.path(), link));
+    QProcess process;
+    process.start(link, {QStringLiteral("sleep")});
+    ASSERT_TRUE(process.waitForReadyRead());
+    platform::stopWorkers();
+    EXPECT_FALSE(process.waitForFinished(0));
+    EXPECT_EQ(process.state(), QProcess::Running);
+    process.kill();
+    EXPECT_TRUE(process.waitForFinished());
+}
+#endif
+
+TEST(StopWorkers, LeavesTheCallerAloneThoughItIsAWorkerByName)
+{
+    const QTemporaryDir dir;
+    const QString copy = dir.filePath(worker);
+    ASSERT_TRUE(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+    QProcess caller;
+    caller.start(copy, {QStringLiteral("--gtest_filter=StopWorkers.HasEndedThemWhenItReturns")});
+    ASSERT_TRUE(caller.waitForFinished(120000));
+    EXPECT_EQ(caller.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(caller.exitCode(), 0) << caller.readAllStandardOutput().constData();
+}
+
 TEST(StopWorkers, HasEndedThemWhenItReturns)
 {
     HelperProgram program(worker);
@@ -87,38 +146,94 @@ TEST(StopWorkers, HasEndedThemWhenItReturns)
     EXPECT_TRUE(program.isKilled(0));
 }
 
-TEST(StaleSharedMemory, OfACrashedProcessIsReleased)
+namespace
 {
-    const QString key = freshKey();
-    HelperProgram program(QStringLiteral("crasher"));
-    ASSERT_TRUE(program.run({QStringLiteral("crash"), key}));
-    QSharedMemory block(key);
+
+/// A key of its own for each test. Nothing is left under it, whatever the test came to, and the files that stand for
+/// keys on some systems lie in a directory of the test's own.
+class StaleSharedMemory : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        qputenv("TMPDIR", QFile::encodeName(m_dir.path()));
+    }
+    void TearDown() override
+    {
+        m_holder.reset();
+        QSharedMemory left(m_key);
+        if (left.attach())
+            left.detach();
+        if (m_hadPlace)
+            qputenv("TMPDIR", m_place);
+        else
+            qunsetenv("TMPDIR");
+    }
+
+    QTemporaryDir m_dir;
+    const bool m_hadPlace = qEnvironmentVariableIsSet("TMPDIR");
+    const QByteArray m_place = qgetenv("TMPDIR");
+    const QString m_key = freshKey();
+    std::unique_ptr<HelperProgram> m_holder = std::make_unique<HelperProgram>(QStringLiteral("holder"));
+};
+
+} // namespace
+
+TEST_F(StaleSharedMemory, OfACrashedProcessIsReleased)
+{
+    ASSERT_TRUE(m_holder->run({QStringLiteral("crash"), m_key}));
+    QSharedMemory block(m_key);
     ASSERT_FALSE(block.create(64)) << "nothing was left behind";
-    platform::releaseStaleSharedMemory(key);
+    platform::releaseStaleSharedMemory(m_key);
     EXPECT_TRUE(block.create(64)) << qPrintable(block.errorString());
 }
 
-TEST(StaleSharedMemory, OfALiveProcessStays)
+TEST_F(StaleSharedMemory, OfALiveProcessStays)
 {
-    const QString key = freshKey();
-    HelperProgram program(QStringLiteral("holder"));
-    ASSERT_TRUE(program.start({QStringLiteral("hold"), key}));
-    platform::releaseStaleSharedMemory(key);
+    ASSERT_TRUE(m_holder->start({QStringLiteral("hold"), m_key}));
+    platform::releaseStaleSharedMemory(m_key);
     {
-        QSharedMemory block(key);
+        QSharedMemory block(m_key);
         EXPECT_FALSE(block.create(64));
         EXPECT_EQ(block.error(), QSharedMemory::AlreadyExists);
         EXPECT_TRUE(block.attach());
     }
-    platform::releaseStaleSharedMemory(key);
-    EXPECT_TRUE(program.isRunning());
+    platform::releaseStaleSharedMemory(m_key);
+    EXPECT_FALSE(QSharedMemory(m_key).create(64));
+    EXPECT_TRUE(m_holder->isRunning());
 }
 
-TEST(StaleSharedMemory, ThatIsNotThereIsNoMatter)
+TEST_F(StaleSharedMemory, StaysWhileAnotherThanItsMakerHoldsIt)
 {
-    const QString key = freshKey();
-    platform::releaseStaleSharedMemory(key);
-    QSharedMemory block(key);
+    ASSERT_TRUE(m_holder->start({QStringLiteral("hold"), m_key}));
+    QSharedMemory second(m_key);
+    ASSERT_TRUE(second.attach());
+    static_cast<char *>(second.data())[5] = 'x';
+    m_holder.reset();
+
+    platform::releaseStaleSharedMemory(m_key);
+    QSharedMemory third(m_key);
+    EXPECT_FALSE(third.create(64));
+    ASSERT_TRUE(third.attach());
+    EXPECT_EQ(static_cast<const char *>(third.constData())[5], 'x');
+}
+
+TEST_F(StaleSharedMemory, OfAStoppedWorkerIsReleased)
+{
+    m_holder = std::make_unique<HelperProgram>(worker);
+    ASSERT_TRUE(m_holder->start({QStringLiteral("hold"), m_key}));
+    platform::stopWorkers();
+    platform::releaseStaleSharedMemory(m_key);
+    QSharedMemory block(m_key);
+    EXPECT_TRUE(block.create(64)) << qPrintable(block.errorString());
+}
+
+TEST_F(StaleSharedMemory, ThatIsNotThereIsNoMatter)
+{
+    platform::releaseStaleSharedMemory(m_key);
+    QSharedMemory block(m_key);
+    EXPECT_FALSE(block.attach());
     EXPECT_TRUE(block.create(64));
 }
 
@@ -151,6 +266,29 @@ TEST_F(ReserveFileSpace, RefusesANegativeSize)
     EXPECT_EQ(m_file.size(), 0);
 }
 
+TEST_F(ReserveFileSpace, KeepsWhatStandsThereAndWhereWritingStood)
+{
+    ASSERT_EQ(m_file.write("abc"), 3);
+    ASSERT_TRUE(m_file.flush());
+    EXPECT_TRUE(platform::reserveFileSpace(m_file, 6));
+    EXPECT_EQ(m_file.pos(), 3);
+    EXPECT_EQ(m_file.write("d"), 1);
+    EXPECT_TRUE(m_file.seek(0));
+    EXPECT_EQ(m_file.readAll(), QByteArray("abcd\0\0", 6));
+    EXPECT_TRUE(platform::reserveFileSpace(m_file, 2));
+    EXPECT_TRUE(m_file.seek(0));
+    EXPECT_EQ(m_file.readAll(), "ab");
+}
+
+TEST_F(ReserveFileSpace, RefusesAFileThatCannotBeSized)
+{
+    m_file.close();
+    EXPECT_FALSE(platform::reserveFileSpace(m_file, 10));
+    ASSERT_TRUE(m_file.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(platform::reserveFileSpace(m_file, 10));
+    EXPECT_EQ(m_file.size(), 0);
+}
+
 #ifdef Q_OS_LINUX
 TEST_F(ReserveFileSpace, TakesTheSpaceAndLeavesNoHole)
 {
@@ -177,7 +315,9 @@ TEST_F(ReserveFileSpace, FailsOnAFullFileSystemAndKeepsTheSize)
 {
     const QByteArray place = QFile::encodeName(m_dir.filePath(QStringLiteral("small")));
     ASSERT_TRUE(QDir().mkpath(QFile::decodeName(place)));
-    if (::mount("points_cloud_test", place.constData(), "tmpfs", 0, "size=1m") != 0)
+    // In a name space of the process's own, so that a crash leaves no mount behind.
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+        || ::mount("points_cloud_test", place.constData(), "tmpfs", 0, "size=1m") != 0)
         GTEST_SKIP() << "a file system can't be mounted here";
     {
         QFile file(QFile::decodeName(place) + QStringLiteral("/file"));
@@ -189,6 +329,16 @@ TEST_F(ReserveFileSpace, FailsOnAFullFileSystemAndKeepsTheSize)
     EXPECT_EQ(::umount(place.constData()), 0);
 }
 #endif
+
+TEST(TickCount, NeverGoesBack)
+{
+    quint32 last = platform::tickCount();
+    for (int i = 0; i < 100000; ++i) {
+        const quint32 now = platform::tickCount();
+        ASSERT_LT(now - last, 0x80000000U);
+        last = now;
+    }
+}
 
 TEST(TickCount, CountsMilliseconds)
 {

@@ -1,10 +1,15 @@
 #include "Bytes.h"
+#include "Scarcity.h"
 #include "Toolkits.h"
 
 #include <gtest/gtest.h>
 
 #include <QDir>
 #include <QTemporaryDir>
+
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
 
 using support::readFile;
 using support::writeFile;
@@ -68,6 +73,12 @@ TEST_F(CopyDirectory, KeepsWhatElseIsInTheTarget)
     EXPECT_EQ(readFile(path("to/other")), "other");
 }
 
+TEST_F(CopyDirectory, DoesNotTakeADirectoryForPartOfAnotherWhoseNameItBegins)
+{
+    EXPECT_TRUE(Toolkits::CopyDirectory(path("from"), path("from2"), true));
+    EXPECT_EQ(readFile(path("from2/a")), "alpha");
+}
+
 TEST_F(CopyDirectory, FailsWhereADirectoryStandsInTheWayOfAFile)
 {
     ASSERT_TRUE(QDir().mkpath(path("to/a")));
@@ -128,6 +139,38 @@ TEST_F(CopyDirectory, ReplacesALinkAndNotWhatItLeadsTo)
     EXPECT_TRUE(copy());
     EXPECT_EQ(readFile(path("c")), "far");
     EXPECT_EQ(readFile(path("to/a")), "alpha");
+}
+
+TEST_F(CopyDirectory, NeverCopiesIntoItselfThroughALink)
+{
+    ASSERT_TRUE(QFile::link(path("from"), path("alias")));
+    EXPECT_FALSE(Toolkits::CopyDirectory(path("from"), path("alias"), true));
+    EXPECT_FALSE(Toolkits::CopyDirectory(path("from"), path("alias/deep/copy"), true));
+    EXPECT_EQ(readFile(path("from/a")), "alpha");
+    EXPECT_FALSE(QFileInfo::exists(path("from/deep/copy/a")));
+}
+
+TEST_F(CopyDirectory, ReplacesALinkToItsOwnSourceByTheFile)
+{
+    ASSERT_TRUE(QDir().mkpath(path("to")));
+    ASSERT_TRUE(QFile::link(path("from/a"), path("to/a")));
+    EXPECT_TRUE(copy());
+    EXPECT_EQ(readFile(path("from/a")), "alpha");
+    expectCopied();
+}
+
+TEST_F(CopyDirectory, FailsAtAPipeWithoutWaitingForIt)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path("from/pipe")).constData(), 0600), 0);
+    EXPECT_FALSE(copy());
+}
+
+TEST_F(CopyDirectory, FailsWhereAFileCannotBeWrittenWhole)
+{
+    ASSERT_TRUE(writeFile(path("from/large"), QByteArray(100000, 'x')));
+    const support::FileSizeLimit limit(1000);
+    ASSERT_TRUE(limit.holds());
+    EXPECT_FALSE(copy());
 }
 
 TEST_F(CopyDirectory, FailsAtALinkToNothing)

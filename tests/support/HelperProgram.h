@@ -54,6 +54,7 @@ public:
         return m_process.state() == QProcess::Running;
     }
     const QString &path() const { return m_path; }
+    qint64 processId() const { return m_process.processId(); }
 
 private:
     QTemporaryDir m_dir;

@@ -2,7 +2,9 @@
 
 #include <QPolygonF>
 
+#include <cmath>
 #include <map>
+#include <optional>
 
 namespace support::plain
 {
@@ -11,6 +13,7 @@ namespace
 {
 
 constexpr float none = -99999.0F;
+constexpr std::size_t mostCells = 200000000;
 
 using Key = std::array<float, 4>; // x min, y min, x max, y max
 using Cells = std::map<Key, float>;
@@ -67,6 +70,43 @@ bool meets(const Block &block, const QPolygonF &polygon)
     rectangle << QPointF(xMin, yMin) << QPointF(xMax, yMin) << QPointF(xMax, yMax) << QPointF(xMin, yMax)
               << QPointF(xMin, yMin);
     return rectangle.intersects(polygon);
+}
+
+/// Steps that lead from low up to high; the most that are allowed and one where there are more, nothing where a step
+/// stands still: such a loop would never end.
+std::optional<std::size_t> countSteps(float low, float high, float step)
+{
+    std::size_t steps = 0;
+    for (float at = low; at < high && steps <= mostCells; at += step) {
+        if (at + step == at)
+            return std::nullopt;
+        ++steps;
+    }
+    return steps;
+}
+
+bool hasFiniteCorners(const Area &area)
+{
+    for (const Point &corner : area.boundary) {
+        if (!std::isfinite(corner.x) || !std::isfinite(corner.y))
+            return false;
+    }
+    return true;
+}
+
+/// Whether the cells can be laid out at all.
+bool canBeLaidOut(const Area &area)
+{
+    if (!hasFiniteCorners(area))
+        return false;
+    const Rectangle bounds = rectangleOf(area);
+    const auto columns = countSteps(bounds.xMin, bounds.xMax, area.gridSize);
+    if (!columns.has_value())
+        return false;
+    if (*columns == 0)
+        return true;
+    const auto rows = countSteps(bounds.yMin, bounds.yMax, area.gridSize);
+    return rows.has_value() && *rows * *columns <= mostCells;
 }
 
 Cells layOut(const Area &area, const QPolygonF &polygon)
@@ -135,6 +175,8 @@ bool calcGrid(const Area &area, const std::vector<Block> &blocks, std::vector<Ce
     cells.clear();
     const float ground = groundOf(area);
     if (static_cast<double>(area.gridSize) < 0.01 || ground >= area.maxHeight || area.boundary.size() < 3)
+        return false;
+    if (!canBeLaidOut(area))
         return false;
     const QPolygonF polygon = polygonOf(area);
     Cells heights = layOut(area, polygon);

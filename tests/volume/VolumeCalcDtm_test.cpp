@@ -49,6 +49,26 @@ TEST_F(VolumeCalcDtm, TakesTheMeanOfTheCornersAsGround)
     EXPECT_EQ(m_area->getFillVolume_dtm(), 4);
 }
 
+TEST_F(VolumeCalcDtm, SumsTheHeightsOfTheCornersInDoubles)
+{
+    Area area = square(0, 4, 99, 1);
+    area.groundHeightType = 0;
+    area.maxHeight = 1e9F;
+    area.boundary = {{0, 0, 16777216}, {8, 0, 1}, {0, 8, 1}};
+    ASSERT_TRUE(calculate(area, corners, one));
+    EXPECT_EQ(m_area->prisms.first().groundZ, 5592406);
+}
+
+TEST_F(VolumeCalcDtm, TakesTheFixedGroundForEveryOtherType)
+{
+    for (const int type : {-1, 2, std::numeric_limits<int>::max()}) {
+        Area area = square(0, 4, 3, 1);
+        area.groundHeightType = type;
+        ASSERT_TRUE(calculate(area, corners, one)) << type;
+        EXPECT_EQ(m_area->prisms.first().groundZ, 3) << type;
+    }
+}
+
 TEST_F(VolumeCalcDtm, RefusesFewerThanThreeCorners)
 {
     Area area = square(0, 4, 3, 1);
@@ -140,11 +160,17 @@ TEST_F(VolumeCalcDtm, LeavesOutTrianglesThatNameNoPoint)
     EXPECT_EQ(m_area->prisms.size(), 1);
 }
 
-TEST_F(VolumeCalcDtm, TakesAMeshWithoutTrianglesForEmpty)
+TEST_F(VolumeCalcDtm, RefusesAMeshWhoseBlockCanNotBeRead)
 {
-    EXPECT_TRUE(calculate(square(0, 4, 0, 1), {}, {}) || m_area->prisms.isEmpty());
+    // A file that lists triangles and has none opens, and gives no block.
+    EXPECT_FALSE(calculate(square(0, 4, 0, 1), corners, {}));
+    EXPECT_TRUE(m_area->prisms.isEmpty());
+}
+
+TEST_F(VolumeCalcDtm, TakesPointsWithoutTrianglesForAnEmptyMesh)
+{
+    setArea(square(0, 4, 0, 1));
     writeBlocks({plain::Block{{0, 0, 4, 4}, corners}});
-    ASSERT_TRUE(QFile::remove(m_dir.filePath(QStringLiteral("mesh"))));
     ASSERT_TRUE(QFile::rename(m_dir.filePath(QStringLiteral("points")), m_dir.filePath(QStringLiteral("mesh"))));
     EXPECT_TRUE(calcDtm());
     EXPECT_TRUE(m_area->prisms.isEmpty());
@@ -156,5 +182,6 @@ TEST_F(VolumeCalcDtm, LeavesOutVerticesThatAreNoNumbers)
     ASSERT_TRUE(calculate(square(0, 4, 0, 1), {{notANumber, 1, 5}, {3, 1, 5}, {1, 3, 5}, {1, 1, notANumber}},
                           {{0, 1, 2}, {3, 1, 2}}));
     ASSERT_EQ(m_area->prisms.size(), 1);
-    EXPECT_EQ(m_area->getDigVolume_dtm(), m_area->getDigVolume_dtm());
+    EXPECT_EQ(m_area->getDigVolume_dtm(), 0);
+    EXPECT_EQ(m_area->getFillVolume_dtm(), 0);
 }

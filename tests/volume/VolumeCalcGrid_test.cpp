@@ -1,5 +1,6 @@
 #include "VolumeCalcTesting.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -93,7 +94,7 @@ TEST_F(VolumeCalcGrid, RefusesCellsBelowOneHundredth)
 {
     for (const float size : {0.0F, -1.0F, 0.005F, 0.01F, -infinity})
         EXPECT_FALSE(calculate(square(0, 0.1F, 0, size), {})) << size;
-    EXPECT_TRUE(calculate(square(0, 0.1F, 0, 0.0101F), {}));
+    EXPECT_TRUE(calculate(square(0, 0.1F, 0, std::nextafter(0.01F, 1.0F)), {}));
 }
 
 TEST_F(VolumeCalcGrid, MakesNothingOfACellSizeThatIsNoSize)
@@ -167,15 +168,65 @@ TEST_F(VolumeCalcGrid, FillsAHoleFromFartherCellsAndFromFilledOnes)
 
 TEST_F(VolumeCalcGrid, DoesNotLookAcrossAGapInTheArea)
 {
-    // A U of three columns: the middle one is missing above its first cell.
-    Area area;
-    area.groundHeightType = 1;
-    area.groundHeight = -1;
-    area.gridSize = 1;
-    area.boundary = {{0, 0, 0}, {3.5F, 0, 0}, {3.5F, 3.5F, 0}, {2, 3.5F, 0},
-                     {2, 1, 0}, {1.5F, 1, 0}, {1.5F, 3.5F, 0}, {0, 3.5F, 0}};
-    std::vector<Block> blocks = {Block{{0, 0, 4, 4}, {{2.5F, 2.5F, 8}}}};
-    expectGridAsPlain(area, blocks);
+    // Four columns of three cells, the two in the middle of one: the upper cells of the outer columns have no way over.
+    Area area = square(0, 4, -1, 1);
+    area.boundary = {{0, 0, 0},       {4.5F, 0, 0},    {4.5F, 3.5F, 0}, {2.5F, 3.5F, 0},
+                     {2.5F, 1.5F, 0}, {1.5F, 1.5F, 0}, {1.5F, 3.5F, 0}, {0, 3.5F, 0}};
+    ASSERT_TRUE(calculate(area, {{3.5F, 2.5F, 8}}));
+    // (0,0), (0,2) and (2,0) go, and with each the cell after it stays open: (0,1), (1,0) and (3,0).
+    EXPECT_EQ(tops(), (QList<float>{-99999, -99999, -99999, 8, 8}));
+    EXPECT_EQ(m_area->quadPrisms[2].xMin, 3);
+    EXPECT_EQ(m_area->quadPrisms[2].yMin, 0);
+}
+
+TEST_F(VolumeCalcGrid, DropsAndKeepsUnfillableHolesInTurn)
+{
+    Area area = square(0, 1, 0, 1);
+    area.boundary = {{0, 0, 0}, {1.5F, 0, 0}, {1.5F, 4.5F, 0}, {0, 4.5F, 0}};
+    ASSERT_TRUE(calculate(area, {}));
+    EXPECT_EQ(tops(), (QList<float>{-99999, -99999}));
+    EXPECT_EQ(m_area->quadPrisms[0].yMin, 1);
+    EXPECT_EQ(m_area->quadPrisms[1].yMin, 3);
+}
+
+TEST_F(VolumeCalcGrid, FindsNothingInsideAnOutlineDrawnTwice)
+{
+    Area area = square(0, 4, -1, 1);
+    const std::vector<Point> once = area.boundary;
+    area.boundary.insert(area.boundary.end(), once.begin(), once.end());
+    EXPECT_TRUE(calculate(area, {{0.5F, 0.5F, 3}}));
+    EXPECT_TRUE(m_area->quadPrisms.isEmpty());
+}
+
+TEST_F(VolumeCalcGrid, IsTheSameForEitherDirectionOfDrawing)
+{
+    Area area = square(0, 4, -1, 1);
+    ASSERT_TRUE(calculate(area, {{0.5F, 0.5F, 3}}));
+    const double dug = m_area->getDigVolume_grid();
+    EXPECT_EQ(dug, 9 * 4);
+    std::reverse(area.boundary.begin(), area.boundary.end());
+    ASSERT_TRUE(calculate(area, {{0.5F, 0.5F, 3}}));
+    EXPECT_EQ(m_area->getDigVolume_grid(), dug);
+}
+
+TEST_F(VolumeCalcGrid, MissesALowerNeighbourThatSubtractionDoesNotMeet)
+{
+    // Every other cell of a strip has a height. The ones between take it from below, but where a step down does not
+    // undo the step up they take it from above.
+    Area area = square(0, 1, -1, 0.1F);
+    area.boundary = {{0, 0, 0}, {0.15F, 0, 0}, {0.15F, 100.05F, 0}, {0, 100.05F, 0}};
+    std::vector<Point> points;
+    float low = 0;
+    for (int i = 0; i < 1000; ++i, low += 0.1F) {
+        if (i % 2 == 0)
+            points.push_back({0.05F, low + 0.05F, static_cast<float>(i)});
+    }
+    expectGridAsPlain(area, {Block{{0, 0, 1, 101}, points}});
+    int fromAbove = 0;
+    for (int i = 1; i + 1 < m_area->quadPrisms.size(); i += 2)
+        fromAbove += m_area->quadPrisms[i].topZ == m_area->quadPrisms[i + 1].topZ ? 1 : 0;
+    EXPECT_GT(fromAbove, 0);
+    EXPECT_LT(fromAbove, 100);
 }
 
 TEST_F(VolumeCalcGrid, KeepsTheHoleBehindOneThatCouldNotBeFilled)

@@ -1,6 +1,8 @@
 #include "VolumeCalcTesting.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <random>
 
 using namespace support;
@@ -25,7 +27,10 @@ constexpr Place places[] = {{"AtZero", 0, 0},
                             {"NearOneThousand", 1022, 1021.5F},
                             {"NearSixtyFourThousand", 65533, 4094},
                             {"Negative", -1026, -65538},
-                            {"FarOut", 1048570, 131070}};
+                            {"FarOut", 1048570, 131070},
+                            {"WhereSmallStepsStandStill", 2097149, 1048574}};
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float infinity = std::numeric_limits<float>::infinity();
 
 class Generator
 {
@@ -42,7 +47,25 @@ public:
     }
     Point corner(float step) { return {m_place.x + offset(step), m_place.y + offset(step), between(-3, 3)}; }
 
-    /// Polygons of every kind: crossing, concave, upright rectangles, with corners that come twice.
+    /// A corner after others: now and then the last one again, or one hardly apart from it.
+    Point cornerAfter(const std::vector<Point> &corners, float step)
+    {
+        if (corners.empty())
+            return corner(step);
+        const Point &last = corners.back();
+        switch (upTo(12)) {
+        case 0:
+            return last;
+        case 1:
+            return {std::nextafter(last.x, infinity), last.y, last.z};
+        case 2:
+            return {last.x + between(-1e-3F, 1e-3F), last.y + between(-1e-3F, 1e-3F), last.z};
+        default:
+            return corner(step);
+        }
+    }
+
+    /// Polygons of every kind: crossing, concave, upright rectangles, with corners that come twice and short edges.
     std::vector<Point> boundary(float step)
     {
         std::vector<Point> corners;
@@ -55,7 +78,7 @@ public:
         } else {
             const int count = 3 + upTo(7);
             for (int i = 0; i < count; ++i)
-                corners.push_back(upTo(9) == 0 && i > 0 ? corners.back() : corner(step));
+                corners.push_back(cornerAfter(corners, step));
             if (upTo(1) == 0)
                 sortAroundTheMiddle(corners);
         }
@@ -68,8 +91,10 @@ public:
     {
         Area area;
         area.groundHeightType = upTo(1);
-        area.groundHeight = upTo(3) == 0 ? 1.0F : between(-3, 3);
-        area.maxHeight = upTo(3) == 0 ? 3.0F : 99999.0F;
+        const float grounds[] = {1, notANumber, -infinity, 0};
+        area.groundHeight = upTo(2) == 0 ? grounds[upTo(3)] : between(-3, 3);
+        const float limits[] = {3, 3, notANumber, infinity};
+        area.maxHeight = upTo(2) == 0 ? limits[upTo(3)] : 99999.0F;
         area.gridSize = step;
         area.boundary = boundary(step);
         return area;
@@ -77,15 +102,37 @@ public:
 
     float height()
     {
-        switch (upTo(9)) {
+        switch (upTo(24)) {
         case 0:
-            return 1.0F;
         case 1:
-            return std::numeric_limits<float>::quiet_NaN();
+            return 1.0F;
         case 2:
+        case 3:
+            return notANumber;
+        case 4:
             return -99999.0F;
+        case 5:
+            return std::nextafter(-99999.0F, 0.0F);
+        case 6:
+            return upTo(3) == 0 ? infinity : -infinity;
         default:
             return between(-5, 5);
+        }
+    }
+
+    /// Mostly somewhere in the area, at times nowhere.
+    Point point(float step)
+    {
+        const Point point{m_place.x + offset(step), m_place.y + offset(step), height()};
+        switch (upTo(40)) {
+        case 0:
+            return {notANumber, point.y, point.z};
+        case 1:
+            return {point.x, notANumber, point.z};
+        case 2:
+            return {infinity, point.y, point.z};
+        default:
+            return point;
         }
     }
 
@@ -94,18 +141,25 @@ public:
         std::vector<Block> blocks(static_cast<std::size_t>(upTo(3)));
         for (Block &block : blocks) {
             const int count = upTo(1) == 0 ? upTo(8) : upTo(200);
-            block.rectangle = {m_place.x, m_place.y, m_place.x + between(1, 6), m_place.y + between(1, 6)};
+            const float x = m_place.x + offset(step);
+            const float y = m_place.y + offset(step);
+            block.rectangle = {x, y, x + between(0, 6), y + between(0, 6)};
             for (int i = 0; i < count; ++i)
-                block.points.push_back({m_place.x + offset(step), m_place.y + offset(step), height()});
+                block.points.push_back(point(step));
         }
         return blocks;
     }
 
+    /// Vertices of a mesh; some lie so close together that triangles of them hardly have a side.
     std::vector<Point> vertices(int count, float step)
     {
         std::vector<Point> points;
-        for (int i = 0; i < count; ++i)
-            points.push_back({m_place.x + offset(step), m_place.y + offset(step), height()});
+        for (int i = 0; i < count; ++i) {
+            Point vertex = point(step);
+            if (i > 0 && upTo(3) == 0)
+                vertex = {points.back().x + between(-1e-3F, 1e-3F), std::nextafter(points.back().y, infinity), 2};
+            points.push_back(vertex);
+        }
         return points;
     }
     /// Small and large triangles, thin ones, such as have a vertex twice, and a few that name no point.
@@ -147,21 +201,27 @@ std::string nameOf(const ::testing::TestParamInfo<Place> &info)
 
 TEST_P(VolumeCalcRandom, CellsAreThoseOfThePlainRule)
 {
+    int records = 0;
+    int openHoles = 0;
     for (unsigned int seed = 1; seed <= 150; ++seed) {
         SCOPED_TRACE(seed);
         Generator generator(seed, GetParam());
         const float steps[] = {0.25F, 0.3F, 0.1F, 1.0F, 0.5F, 0.7F};
-        // Where a step of 0.1 is less than a coordinate's last bit nothing would be left to compare.
-        float step = steps[generator.upTo(5)];
-        if (GetParam().x > 1e6F)
-            step = std::max(step, 0.25F);
-        expectGridAsPlain(generator.area(step), generator.blocks(step));
+        const float step = steps[generator.upTo(5)];
+        const Area area = generator.area(step);
+        expectGridAsPlain(area, generator.blocks(step));
         ASSERT_FALSE(HasFatalFailure());
+        records += m_area->quadPrisms.size();
+        for (const ptCloud::stQuadPrism &prism : m_area->quadPrisms)
+            openHoles += prism.topZ == -99999.0F ? 1 : 0;
     }
+    EXPECT_GT(records, 1000) << "too little was compared";
+    EXPECT_GT(openHoles, 10) << "too little was compared";
 }
 
 TEST_P(VolumeCalcRandom, TrianglesAreThoseOfThePlainRule)
 {
+    int records = 0;
     for (unsigned int seed = 1; seed <= 150; ++seed) {
         SCOPED_TRACE(seed);
         Generator generator(seed, GetParam());
@@ -170,7 +230,9 @@ TEST_P(VolumeCalcRandom, TrianglesAreThoseOfThePlainRule)
         const std::vector<Point> points = generator.vertices(30, step);
         expectDtmAsPlain(area, points, generator.triangles(300, 30));
         ASSERT_FALSE(HasFatalFailure());
+        records += m_area->prisms.size();
     }
+    EXPECT_GT(records, 1000) << "too little was compared";
 }
 
 INSTANTIATE_TEST_SUITE_P(Places, VolumeCalcRandom, ::testing::ValuesIn(places), nameOf);
