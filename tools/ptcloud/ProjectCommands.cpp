@@ -37,7 +37,7 @@ using Work = std::function<void(const Console &, const Request &)>;
 
 /// Adds a command with the options that all of them have; `work` runs once the rest is parsed.
 CLI::App *addProjectCommand(CLI::App &app, Console &console, const char *name, const char *help,
-                            const std::shared_ptr<Request> &request, Work work)
+                            const std::shared_ptr<Request> &request, const Work &work)
 {
     CLI::App *command = app.add_subcommand(name, help);
     command->add_option("-p,--project", request->project.dir, "The project directory")->capture_default_str();
@@ -186,7 +186,8 @@ void listBlocks(const Console &console, const Request &request)
     else if (!request.split.empty())
         file = dataSet.getContent_Splits()->value(argument(request.split));
     if (file == nullptr)
-        ProjectSession::check(ActResult_NotFound, quoted(argument(request.mesh + request.split)));
+        throw CommandError(QStringLiteral("%1 has no content %2")
+                               .arg(quoted(argument(request.name)), quoted(argument(request.mesh + request.split))));
     if (!file->openFile())
         throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(file->getFilepath())));
     tellBlocks(console, *file, request.summary);
