@@ -246,8 +246,8 @@ void removeDataSets(const Console &console, const Request &request)
 void addProjectCommands(CLI::App &app, Console &console)
 {
     const auto request = std::make_shared<Request>();
-    const auto add = [&](const char *name, const char *help, Work work) {
-        return addProjectCommand(app, console, name, help, request, std::move(work));
+    const auto add = [&](const char *name, const char *help, const Work &work) {
+        return addProjectCommand(app, console, name, help, request, work);
     };
     add("new", "Make a project in a directory", makeNew);
     add("import", "Register LAS files", importLas)->add_option("LAS", request->names, "LAS files")->required();
