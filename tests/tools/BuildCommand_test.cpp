@@ -274,7 +274,7 @@ TEST_F(BlockFileCommands, DemoLasOverwritesNothingButItsOwn)
     ASSERT_TRUE(support::writeFile(path("precious.las"), "flown at great expense"));
     expectOneErrorLine(PtcloudRun({QStringLiteral("demo-las"), path("precious.las"), QStringLiteral("--points"),
                                    QStringLiteral("10")}),
-                       "was not made by this command");
+                       "was not made by this program");
     EXPECT_EQ(support::readFile(path("precious.las")), QByteArray("flown at great expense"));
     demo("own.las", "10");
     demo("own.las", "20");

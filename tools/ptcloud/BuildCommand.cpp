@@ -76,50 +76,15 @@ LasFiles load(const BuildOptions &options)
     return las;
 }
 
-/// The columns asked for; "all" are those that every file can supply.
-QList<EDataSetColumn> chooseColumns(const BuildOptions &options, const LasFiles &las)
-{
-    if (options.columns != "all") {
-        const QList<EDataSetColumn> columns = parseColumns(argument(options.columns));
-        if (!columns.contains(EDataSetColumn_Position))
-            throw CommandError(QStringLiteral("--columns lacks 0, the position, which every data set has"));
-        if (columns.contains(EDataSetColumn_Normal) || columns.contains(EDataSetColumn_Triangle))
-            throw CommandError(QStringLiteral("--columns holds 1 or 2: LAS files have no normals and no triangles"));
-        return columns;
-    }
-    QList<EDataSetColumn> columns = las.reports.front().columns;
-    for (const LasReport &report : las.reports) {
-        const auto isMissing = [&report](EDataSetColumn column) { return !report.columns.contains(column); };
-        columns.erase(std::remove_if(columns.begin(), columns.end(), isMissing), columns.end());
-    }
-    return columns;
-}
-
 void build(PtCloud_DataSetFile &file, const LasFiles &las, const QList<EDataSetColumn> &columns)
 {
     qint64 all = 0;
     for (const LasReport &report : las.reports)
         all += report.announced;
-    Progress progress(QStringLiteral("reading"));
-    qint64 ofEarlierFiles = 0;
-    qint64 inThisFile = 0;
-    const LibraryLog log([&](qint64 done, qint64) {
-        if (done < inThisFile)
-            ofEarlierFiles += inThisFile;
-        inThisFile = done;
-        progress.show(all == 0 ? 1.0 : static_cast<double>(ofEarlierFiles + done) / static_cast<double>(all));
-    });
+    const LasBuildLog log(all);
     if (file.makeDataSet_byLasFile(las.pointers, columns))
         return;
-
-    QString why = QStringLiteral("it can't be written (is the directory there, and is there room on the disk?)");
-    if (log.failure().contains(QLatin1String("points is empty")))
-        why = QStringLiteral("no point lies in the range that the last file's header tells");
-    else if (log.failure().contains(QLatin1String("reallocBufMems")))
-        why = QStringLiteral("memory is short");
-    else if (!log.failure().isEmpty())
-        why = QStringLiteral("there is no room for it on the disk");
-    throw CommandError(QStringLiteral("%1 was not built: %2").arg(quoted(file.getFilepath()), why),
+    throw CommandError(QStringLiteral("%1 was not built: %2").arg(quoted(file.getFilepath()), log.why()),
                        QStringLiteral("ActResult_MakeFailed"));
 }
 
@@ -149,7 +114,7 @@ void run(Console &console, const BuildOptions &options)
             warnings << QStringLiteral("%1: %2").arg(quoted(report.file), warning);
         pointsOfFiles += report.points;
     }
-    const QList<EDataSetColumn> columns = chooseColumns(options, las);
+    const QList<EDataSetColumn> columns = chooseColumns(argument(options.columns), las.reports);
     for (const QString &warning : qAsConst(warnings))
         console.warn(warning);
 

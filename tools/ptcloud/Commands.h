@@ -14,5 +14,7 @@ void addDemoLasCommand(CLI::App &app, Console &console);
 void addVolumeCommand(CLI::App &app, Console &console);
 void addContoursCommand(CLI::App &app, Console &console);
 void addInspectCommand(CLI::App &app, Console &console);
+void addConvertCommand(CLI::App &app, Console &console);
+void addExportCommand(CLI::App &app, Console &console);
 /// All commands that work in a project.
 void addProjectCommands(CLI::App &app, Console &console);

@@ -216,3 +216,21 @@ LasReport reportOnLoaded(const LasFile &las)
         takeHead(report, *las.getFileHead_ver_1_3(), las.size());
     return report;
 }
+
+QList<EDataSetColumn> chooseColumns(const QString &wanted, const std::vector<LasReport> &files)
+{
+    if (wanted != QLatin1String("all")) {
+        const QList<EDataSetColumn> columns = parseColumns(wanted);
+        if (!columns.contains(EDataSetColumn_Position))
+            throw CommandError(QStringLiteral("--columns lacks 0, the position, which every data set has"));
+        if (columns.contains(EDataSetColumn_Normal) || columns.contains(EDataSetColumn_Triangle))
+            throw CommandError(QStringLiteral("--columns holds 1 or 2: LAS files have no normals and no triangles"));
+        return columns;
+    }
+    QList<EDataSetColumn> columns = files.front().columns;
+    for (const LasReport &file : files) {
+        const auto isMissing = [&file](EDataSetColumn column) { return !file.columns.contains(column); };
+        columns.erase(std::remove_if(columns.begin(), columns.end(), isMissing), columns.end());
+    }
+    return columns;
+}

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <array>
+#include <vector>
 
 namespace ptCloud
 {
@@ -48,3 +49,7 @@ struct LasReport
 LasReport reportOnFile(const QString &path);
 /// The same for a file that is loaded.
 LasReport reportOnLoaded(const ptCloud::LasFile &las);
+
+/// The columns to build from files: "all" are those that every file can supply, else the numbers told. Throws
+/// `CommandError` for columns that no data set can be built with.
+QList<ptCloud::EDataSetColumn> chooseColumns(const QString &wanted, const std::vector<LasReport> &files);

@@ -48,3 +48,28 @@ void LibraryLog::take(const QString &text)
         m_failure = text;
     }
 }
+
+LasBuildLog::LasBuildLog(qint64 records)
+    : m_records(records), m_progress(QStringLiteral("reading")), m_log([this](qint64 done, qint64) { show(done); })
+{}
+
+void LasBuildLog::show(qint64 done)
+{
+    if (done < m_inThisFile)
+        m_ofEarlierFiles += m_inThisFile;
+    m_inThisFile = done;
+    const auto all = static_cast<double>(m_ofEarlierFiles + done);
+    m_progress.show(m_records == 0 ? 1.0 : all / static_cast<double>(m_records));
+}
+
+QString LasBuildLog::why() const
+{
+    const QString failure = m_log.failure();
+    if (failure.contains(QLatin1String("points is empty")))
+        return QStringLiteral("no point lies in the range that the last file's header tells");
+    if (failure.contains(QLatin1String("reallocBufMems")))
+        return QStringLiteral("memory is short");
+    if (!failure.isEmpty())
+        return QStringLiteral("there is no room for it on the disk");
+    return QStringLiteral("it can't be written (is the directory there, and is there room on the disk?)");
+}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Console.h"
+
 #include <QString>
 
 #include <functional>
@@ -25,4 +27,24 @@ private:
     std::function<void(qint64, qint64)> m_onProgress;
     LibraryLog *m_outer;
     QString m_failure;
+};
+
+/// Follows a build from LAS files and shows how far it is.
+class LasBuildLog
+{
+public:
+    /// @param records  those of all files together
+    explicit LasBuildLog(qint64 records);
+
+    /// Why the build failed, as far as the library told.
+    QString why() const;
+
+private:
+    void show(qint64 done);
+
+    qint64 m_records;
+    qint64 m_ofEarlierFiles = 0;
+    qint64 m_inThisFile = 0;
+    Progress m_progress;
+    LibraryLog m_log;
 };

@@ -2,6 +2,8 @@
 #include "ColumnNames.h"
 #include "Commands.h"
 #include "DataSetInventory.h"
+#include "DataSetSource.h"
+#include "LasReport.h"
 #include "LibraryLog.h"
 #include "ProjectSession.h"
 
@@ -27,8 +29,7 @@ struct Request
     std::string newName;
     std::vector<std::string> names;
     std::string columns = "all";
-    std::string mesh;
-    std::string split;
+    ContentChoice content;
     bool removeSources = false;
     bool summary = false;
 };
@@ -40,9 +41,7 @@ CLI::App *addProjectCommand(CLI::App &app, Console &console, const char *name, c
                             const std::shared_ptr<Request> &request, const Work &work)
 {
     CLI::App *command = app.add_subcommand(name, help);
-    command->add_option("-p,--project", request->project.dir, "The project directory")->capture_default_str();
-    command->add_flag("--sweep", request->project.sweep, "Delete files that have no part in the project");
-    command->add_flag("--recover", request->project.recover, "Put back the last good copy of the project file first");
+    addProjectOptions(*command, request->project);
     command->callback([request, work, &console] {
         const LibraryLog silence;
         work(console, *request);
@@ -111,21 +110,24 @@ void removeLas(const Console &console, const Request &request)
     console.object({{QStringLiteral("removed"), static_cast<int>(request.names.size())}});
 }
 
-QList<EDataSetColumn> columnsOf(ProjectSession &session, const QString &lasName)
+/// A registered LAS file as it is now. Throws if none has the name or it does not load.
+LasReport lasFile(ProjectSession &session, const QString &name)
 {
     QMap<QString, QString> files;
     session.controller().getLasFilepaths(files);
-    if (!files.contains(lasName))
-        ProjectSession::check(ActResult_NotFound, QStringLiteral("LAS file %1").arg(quoted(lasName)));
-    QList<EDataSetColumn> columns;
-    session.controller().getLasFileColumns(lasName, columns);
-    return columns;
+    if (!files.contains(name))
+        ProjectSession::check(ActResult_NotFound, QStringLiteral("LAS file %1").arg(quoted(name)));
+    LasReport report = reportOnFile(files.value(name));
+    if (!report.loads)
+        throw CommandError(QStringLiteral("%1 does not load: %2").arg(quoted(report.file), report.why),
+                           QStringLiteral("ActResult_FileError"));
+    return report;
 }
 
 void listColumns(const Console &console, const Request &request)
 {
     ProjectSession session(request.project);
-    const QList<EDataSetColumn> columns = columnsOf(session, argument(request.name));
+    const QList<EDataSetColumn> columns = lasFile(session, argument(request.name)).columns;
     console.line(columnNames(columns));
     console.object({{QStringLiteral("columns"), columnNumbers(columns)}});
 }
@@ -136,21 +138,23 @@ void makeDataSet(const Console &console, const Request &request)
     stControlParam_DataSet_Make wanted;
     wanted.name = argument(request.name);
     ProjectSession::refuseOwnName(wanted.name);
+    std::vector<LasReport> files;
     for (const std::string &name : request.names) {
         wanted.lasNames << argument(name);
-        const QList<EDataSetColumn> columns = columnsOf(session, argument(name));
-        // All columns are those that every file can supply.
-        if (wanted.lasNames.size() == 1)
-            wanted.columns = columns;
-        for (const EDataSetColumn column : QList<EDataSetColumn>(wanted.columns)) {
-            if (!columns.contains(column))
-                wanted.columns.removeAll(column);
-        }
+        files.push_back(lasFile(session, argument(name)));
+        for (const QString &warning : qAsConst(files.back().warnings))
+            console.warn(QStringLiteral("%1: %2").arg(quoted(files.back().file), warning));
     }
-    if (request.columns != "all")
-        wanted.columns = parseColumns(argument(request.columns));
+    wanted.columns = chooseColumns(argument(request.columns), files);
+    qint64 records = 0;
+    for (const LasReport &file : files)
+        records += file.announced;
+    const LasBuildLog log(records);
     const EEPtCloudActResult result = session.controller().doCmd_DataSet_Make(wanted);
-    ProjectSession::check(result, QStringLiteral("data set %1").arg(quoted(wanted.name)));
+    ProjectSession::check(
+        result,
+        QStringLiteral("data set %1%2")
+            .arg(quoted(wanted.name), result == ActResult_MakeFailed ? QStringLiteral(": ") + log.why() : QString()));
     session.save();
     tellNewDataSet(console, wanted.name);
 }
@@ -180,18 +184,11 @@ void listBlocks(const Console &console, const Request &request)
 {
     ProjectSession session(request.project);
     const PtCloudDataSet &dataSet = session.dataSet(argument(request.name));
-    PtCloud_DataSetFile *file = dataSet.getContent_PointDataSetFile();
-    if (!request.mesh.empty())
-        file = dataSet.getContent_Meshs()->value(argument(request.mesh));
-    else if (!request.split.empty())
-        file = dataSet.getContent_Splits()->value(argument(request.split));
-    if (file == nullptr)
-        throw CommandError(QStringLiteral("%1 has no content %2")
-                               .arg(quoted(argument(request.name)), quoted(argument(request.mesh + request.split))));
-    if (!file->openFile())
-        throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(file->getFilepath())));
-    tellBlocks(console, *file, request.summary);
-    file->closeFile();
+    PtCloud_DataSetFile &file = chooseContent(argument(request.name), dataSet, request.content);
+    if (!file.openFile())
+        throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(file.getFilepath())));
+    tellBlocks(console, file, request.summary);
+    file.closeFile();
 }
 
 void copyDataSet(const Console &console, const Request &request)
@@ -269,8 +266,7 @@ void addProjectCommands(CLI::App &app, Console &console)
 
     command = add("blocks", "Tell the blocks of a data set, with boxes in position units", listBlocks);
     command->add_option("NAME", request->name, "A data set")->required();
-    CLI::Option *mesh = command->add_option("--mesh", request->mesh, "Of this mesh");
-    command->add_option("--split", request->split, "Of this split")->excludes(mesh);
+    addContentOptions(*command, request->content);
     command->add_flag("--summary", request->summary, "Leave out the table");
 
     const auto addWithNewName = [&](const char *name, const char *help, const Work &work) {

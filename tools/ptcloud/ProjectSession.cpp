@@ -90,6 +90,15 @@ QString wordsFor(EEPtCloudActResult result)
 
 } // namespace
 
+void addProjectOptions(CLI::App &command, ProjectOptions &options)
+{
+    command.add_option("-p,--project", options.dir, "The project directory")
+        ->capture_default_str()
+        ->each([&options](const std::string &) { options.isGiven = true; });
+    command.add_flag("--sweep", options.sweep, "Delete files that have no part in the project");
+    command.add_flag("--recover", options.recover, "Put back the last good copy of the project file first");
+}
+
 void ProjectSession::create(const QString &dir)
 {
     if (!QDir().mkpath(dir))

@@ -5,6 +5,8 @@
 #include "PtCloud_Controller.h"
 #include "PtCloud_Project.h"
 
+#include <CLI/CLI.hpp>
+
 #include <QLockFile>
 #include <QString>
 
@@ -14,9 +16,12 @@
 struct ProjectOptions
 {
     std::string dir = ".";
+    bool isGiven = false; ///< the directory was named, and is not just where the program runs
     bool sweep = false;
     bool recover = false;
 };
+
+void addProjectOptions(CLI::App &command, ProjectOptions &options);
 
 /// An open project, held by this process alone while it is open.
 ///

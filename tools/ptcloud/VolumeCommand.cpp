@@ -1,12 +1,15 @@
 #include "AreasFile.h"
 #include "Commands.h"
+#include "DataSetSource.h"
 #include "LibraryLog.h"
 #include "OutputFile.h"
 #include "VolumeReport.h"
 #include "VolumeView.h"
 
+#include "PtCloudDataSet.h"
 #include "PtCloud_DataSetFile.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonObject>
 
@@ -20,8 +23,9 @@ namespace
 
 struct VolumeOptions
 {
+    SourceOptions source; ///< a data set of the project
     std::string points;
-    std::string mesh;
+    std::string mesh; ///< a file; with a data set the name of its mesh
     std::string areas;
     std::string method;
     std::string show;
@@ -30,18 +34,20 @@ struct VolumeOptions
     std::string picture;
 };
 
+bool isMesh(const VolumeOptions &options)
+{
+    return !options.mesh.empty() || options.source.content.isTerrain;
+}
+
 void setPath(VolumeCalcAreaList &list, const QString &path)
 {
     const QFileInfo info(path);
     list.setFile(info.absoluteDir(), info.fileName());
 }
 
-/// Opens the source and looks at it as far as the report needs.
-VolumeSource openSource(PtCloud_DataSetFile &file, const QString &path)
+/// Looks at the source as far as the report needs.
+VolumeSource lookAt(PtCloud_DataSetFile &file)
 {
-    file.setFile(path);
-    if (!file.openFile())
-        throw CommandError(QStringLiteral("%1 is no sound data set file").arg(quoted(path)));
     VolumeSource source;
     const auto blocks = file.getBlockInfos();
     source.blocks = blocks.size();
@@ -66,10 +72,9 @@ void refuseToReplace(const QString &out, const QStringList &sources)
     }
 }
 
-/// Stores the list and reads it back: the library does not tell of a disk that filled up meanwhile.
-void store(VolumeCalcAreaList &list, const QString &out)
+/// Stores the list where it says and reads it back: the library does not tell of a disk that filled up meanwhile.
+void store(const VolumeCalcAreaList &list, const QString &out)
 {
-    setPath(list, out);
     VolumeCalcAreaList stored(list);
     if (!list.saveToFile())
         throw CommandError(QStringLiteral("%1 can't be written").arg(quoted(out)));
@@ -115,44 +120,95 @@ void show(const Console &console, const VolumeOptions &options)
     report(console, options, list, rowsAsStored(list));
 }
 
-void calculate(const Console &console, const VolumeOptions &options)
+/// Takes over areas, each in the place of the one of that name.
+void takeAreas(const VolumeCalcAreaList &fresh, VolumeCalcAreaList &list)
 {
-    const bool isMesh = !options.mesh.empty();
-    const QString path = argument(isMesh ? options.mesh : options.points);
+    QMap<QString, const VolumeCalcArea *> areas;
+    fresh.getAreas(areas);
+    for (auto it = areas.cbegin(); it != areas.cend(); ++it) {
+        list.removeArea(it.key());
+        *list.addArea(it.key()) = **it;
+    }
+}
+
+void runCalculation(const Console &console, const VolumeOptions &options, DataSetSource &source,
+                    VolumeCalcAreaList &list)
+{
+    const EVolumeCalcFunction function = isMesh(options) ? VolumeCalc_DTM : VolumeCalc_GRID;
+    VolumeCalcAreaList fresh;
+    if (!options.areas.empty()) {
+        for (const QString &warning : readAreas(argument(options.areas), fresh))
+            console.warn(warning);
+    }
+    takeAreas(fresh, list);
+    if (list.isEmpty())
+        throw CommandError(QStringLiteral("no area is stored; give --areas"));
+    const VolumeSource facts = lookAt(source.file());
+    function == VolumeCalc_DTM ? list.setDTMFile(&source.file()) : list.setGridFile(&source.file());
+    if (!list.doCalc(function))
+        throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(source.file().getFilepath())));
+    if (source.dataSet() != nullptr)
+        store(list, QFileInfo(source.file().getFilepath()).dir().filePath(QStringLiteral("earth.volume")));
+    else if (!options.out.empty())
+        store(list, argument(options.out));
+    report(console, options, list, rowsAfterRun(list, function, facts));
+}
+
+/// On a data set file; the list begins empty.
+void calculateOnFile(const Console &console, const VolumeOptions &options)
+{
+    const QString path = argument(isMesh(options) ? options.mesh : options.points);
     const QStringList sources{path, argument(options.areas)};
     for (const std::string &target : {options.csv, options.picture})
         refuseSource(argument(target), sources);
     if (!options.out.empty())
         refuseToReplace(argument(options.out), sources);
-
-    const LibraryLog silence;
+    DataSetSource source(path);
     VolumeCalcAreaList list;
-    for (const QString &warning : readAreas(argument(options.areas), list))
-        console.warn(warning);
-    PtCloud_DataSetFile file;
-    const VolumeSource source = openSource(file, path);
-    const EVolumeCalcFunction function = isMesh ? VolumeCalc_DTM : VolumeCalc_GRID;
-    isMesh ? list.setDTMFile(&file) : list.setGridFile(&file);
     setPath(list, options.out.empty() ? QStringLiteral("earth.volume") : argument(options.out));
-    if (!list.doCalc(function))
-        throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(path)));
-    if (!options.out.empty())
-        store(list, argument(options.out));
-    report(console, options, list, rowsAfterRun(list, function, source));
+    runCalculation(console, options, source, list);
+}
+
+/// On a data set of the project; the areas are kept with it, those of earlier runs too.
+void calculateOnDataSet(const Console &console, const VolumeOptions &options)
+{
+    for (const std::string &target : {options.csv, options.picture})
+        refuseSource(argument(target), {argument(options.areas)});
+    SourceOptions chosen = options.source;
+    chosen.project.isGiven = true; // a name is never a file here
+    chosen.content.mesh = options.mesh;
+    DataSetSource source(chosen);
+    runCalculation(console, options, source, *source.dataSet()->getContent_EarthVolume());
 }
 
 void checkUsage(const VolumeOptions &options)
 {
-    const int sources =
-        (options.points.empty() ? 0 : 1) + (options.mesh.empty() ? 0 : 1) + (options.show.empty() ? 0 : 1);
-    if (sources != 1)
-        throw CLI::ValidationError("volume", "takes one of --points, --mesh and --show");
-    if (options.show.empty() && options.areas.empty())
+    const bool isDataSet = !options.source.name.empty();
+    const bool isMeshFile = !isDataSet && !options.mesh.empty();
+    if (int(isDataSet) + int(!options.points.empty()) + int(isMeshFile) + int(!options.show.empty()) != 1)
+        throw CLI::ValidationError("volume", "takes one of NAME, --points, --mesh and --show");
+    if (!isDataSet && options.show.empty() && options.areas.empty())
         throw CLI::RequiredError("--areas");
     if (!options.show.empty() && !(options.areas.empty() && options.out.empty() && options.method.empty()))
         throw CLI::ValidationError("--show", "calculates nothing: --areas, --method and --out have no place with it");
-    if ((options.method == "grid" && options.points.empty()) || (options.method == "dtm" && options.mesh.empty()))
-        throw CLI::ValidationError("--method", "grid works on --points, dtm on --mesh");
+    if (isDataSet && !options.out.empty())
+        throw CLI::ValidationError("--out", "has no place with NAME: the result is kept with the data set");
+    if (!isDataSet && options.source.content.isTerrain)
+        throw CLI::ValidationError("--terrain", "takes the NAME of a data set");
+    if ((options.method == "grid" && isMesh(options)) || (options.method == "dtm" && !isMesh(options)))
+        throw CLI::ValidationError("--method", "grid works on points, dtm on a mesh");
+}
+
+void run(const Console &console, const VolumeOptions &options)
+{
+    const LibraryLog silence;
+    checkUsage(options);
+    if (!options.show.empty())
+        show(console, options);
+    else if (options.source.name.empty())
+        calculateOnFile(console, options);
+    else
+        calculateOnDataSet(console, options);
 }
 
 } // namespace
@@ -166,8 +222,13 @@ void addVolumeCommand(CLI::App &app, Console &console)
         "Areas are a GeoJSON file of Polygons in the units of the data set, the third coordinate the height of "
         "a corner;\nproperties: name, ground_height (a number or \"average\", the default), max_height "
         "(99999), grid_size (0.1).\nVolumes are in the cube of that unit.");
+    command->add_option("NAME,--data-set", options->source.name,
+                        "A data set of the project; areas and results are kept with it, in its earth.volume, and "
+                        "those of earlier runs are calculated again");
     command->add_option("--points", options->points, "A data set file of points");
-    command->add_option("--mesh", options->mesh, "A data set file that holds a mesh in one block");
+    command->add_option("--mesh,--on", options->mesh,
+                        "A data set file that holds a mesh in one block; with NAME a mesh of that data set");
+    command->add_flag("--terrain", options->source.content.isTerrain, "With NAME: its terrain mesh");
     command->add_option("--show", options->show, "Show the results stored in this file, and calculate nothing");
     command->add_option("--areas", options->areas, "GeoJSON file with the areas");
     command->add_option("--method", options->method, "grid (of points, the default there) or dtm (of a mesh)")
@@ -175,8 +236,6 @@ void addVolumeCommand(CLI::App &app, Console &console)
     command->add_option("--out", options->out, "Store areas and results in this file, such as earth.volume");
     command->add_option("--csv", options->csv, "Write the table to this file too");
     command->add_option("--picture", options->picture, "Draw the areas from above to this .png file");
-    command->callback([options, &console] {
-        checkUsage(*options);
-        options->show.empty() ? calculate(console, *options) : show(console, *options);
-    });
+    addProjectOptions(*command, options->source.project);
+    command->callback([options, &console] { run(console, *options); });
 }

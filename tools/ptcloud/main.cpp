@@ -28,6 +28,8 @@ int run(int argc, char **argv, Console &console)
     addVolumeCommand(app, console);
     addContoursCommand(app, console);
     addInspectCommand(app, console);
+    addConvertCommand(app, console);
+    addExportCommand(app, console);
     addProjectCommands(app, console);
 
     try {
