@@ -1,7 +1,7 @@
 # Installs the library into a scratch prefix, builds the host in this directory against it, once with find_package and once
-# with pkg-config, and runs both on a LAS file that ptcloud writes.
+# with pkg-config, and the examples, and runs them all on a LAS file that ptcloud writes.
 #
-#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DWORK_DIR=... -DPTCLOUD=... -DCXX=... -DFLAGS=... -P run.cmake
+#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DEXAMPLES_DIR=... -DWORK_DIR=... -DPTCLOUD=... -DCXX=... -DFLAGS=... -P run.cmake
 
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -16,13 +16,26 @@ file(MAKE_DIRECTORY ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
 run(${PTCLOUD} demo-las ${WORK_DIR}/survey.las --points 1000)
 
-run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/host-build -G Ninja -DCMAKE_BUILD_TYPE=Release
-  -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
-run(${CMAKE_COMMAND} --build ${WORK_DIR}/host-build)
-run(${WORK_DIR}/host-build/host ${WORK_DIR}/survey.las ${WORK_DIR}/survey.blk)
-if(NOT output MATCHES "points in block 1")
-  message(FATAL_ERROR "the host said: ${output}")
-endif()
+function(build source build)
+  run(${CMAKE_COMMAND} -S ${source} -B ${build} -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=${CXX}
+    "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror ${FLAGS}" -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+  run(${CMAKE_COMMAND} --build ${build})
+endfunction()
+macro(expect pattern)
+  run(${ARGN})
+  if(NOT output MATCHES "${pattern}")
+    message(FATAL_ERROR "${ARGN}\nsaid:\n${output}")
+  endif()
+endmacro()
+
+build(${SOURCE_DIR} ${WORK_DIR}/host-build)
+expect("points in block 1" ${WORK_DIR}/host-build/host ${WORK_DIR}/survey.las ${WORK_DIR}/survey.blk)
+
+set(examples ${WORK_DIR}/examples-build)
+build(${EXAMPLES_DIR} ${examples})
+expect("opened again:\n  quarry: 1000 points" ${examples}/01-first-project ${WORK_DIR}/project ${WORK_DIR}/survey.las)
+expect("points inside, the highest at" ${examples}/03-blocks-of-a-region ${WORK_DIR}/survey.blk 1000 1000 1005 1005)
+expect("cells of 0.5 x 0.5, dig" ${examples}/05-volumes ${WORK_DIR}/survey.blk)
 
 file(GLOB_RECURSE pc_file ${WORK_DIR}/prefix/*/points_cloud.pc)
 get_filename_component(pc_dir ${pc_file} DIRECTORY)

@@ -79,7 +79,7 @@ void importLas(const Console &console, const Request &request)
     QJsonArray names;
     for (const std::string &file : request.names) {
         QString name;
-        const QString path = QDir().absoluteFilePath(argument(file));
+        const QString path = QDir::cleanPath(QDir().absoluteFilePath(argument(file)));
         ProjectSession::check(session.controller().doCmd_LasFile_Import({path}, &name), quoted(path));
         console.line(QStringLiteral("%1: %2").arg(name, path));
         names.append(name);
