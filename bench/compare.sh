@@ -73,7 +73,15 @@ for order in flight random; do
     printf '%-7s ' "$order"
     "$bin/read_blocks" "$data/$order.blk" "$rounds"
 done
+
+echo
+echo "Merging both, beside cat of both into one:"
+"$bin/merge_files" "$data/merged.blk" "$data/flight.blk" "$data/random.blk" "$rounds"
 rm -f "$data/flight.blk" "$data/random.blk"
+
+echo
+echo "10 million points of an array into a file, beside binning in memory and one write:"
+"$bin/array_build" "$data" "$rounds"
 
 echo
 echo "Earth volumes beside the least that they can cost:"
@@ -82,3 +90,7 @@ echo "Earth volumes beside the least that they can cost:"
 echo
 echo "Opening a project:"
 "$bin/restore_project" "$data"
+
+echo
+echo "The command-line host on a project:"
+"$bin/host_startup" "$data"

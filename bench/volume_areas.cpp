@@ -4,11 +4,12 @@
 //
 //   volume_areas DIR [ROUNDS]
 
+#include "Best.h"
+
 #include "PtCloud_DataSetFile.h"
 #include "VolumeCalcAreaList.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QPolygonF>
 
 #include <algorithm>
@@ -24,20 +25,6 @@ namespace
 {
 
 constexpr float side = 100.0F;
-
-/// The best of several rounds, in seconds.
-template <typename Work>
-double best(int rounds, Work work)
-{
-    double seconds = 1e300;
-    for (int i = 0; i < rounds; ++i) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        seconds = std::min(seconds, static_cast<double>(timer.nsecsElapsed()) * 1e-9);
-    }
-    return seconds;
-}
 
 class BlockWriter
 {
