@@ -13,6 +13,7 @@
 namespace ptCloud
 {
 
+class ILongLiveActionProgress;
 class PtCloudDataSet;
 class PtCloud_DataSetFile;
 
@@ -102,6 +103,30 @@ public:
     ///         `ActResult_NotFound`; `ActResult_FileError` where the directory can't be renamed
     EEPtCloudActResult doCmd_DataSet_Rename(const stControlParam_DataSet_Rename &param);
 
+    /// Runs a function over a data set in the worker program, and returns when it has ended. The function id alone
+    /// decides what runs: the three commands differ in name only.
+    ///
+    /// The host asks the data set for a destination first (`createEmptyLocatedContent_*`) and registers the result
+    /// after a success (`addContent_*`, `setContent_Dem_*`): the command itself neither looks at the file that the
+    /// worker wrote nor emits a signal. One worker runs on a machine at a time: a run first stops every other, also
+    /// that of another host, and lets half a second pass. Nothing else ends a run that takes long. The start and an end
+    /// that the worker reached by itself go to the application's log.
+    ///
+    /// @param progress  may be null, and nothing can then cancel the run; called on this thread about ten times a
+    ///                  second, in the order `isCancelRequested`, `setProgressValue`, `setProgressText`
+    /// @return `ActResult_Success`; `ActResult_NotFound`; `ActResult_CannotRun` for a value that is no function;
+    ///         `ActResult_WorkerNotStarted`; `ActResult_WorkerFailed`, with the reason in the log;
+    ///         `ActResult_WorkerCrashed`; `ActResult_Cancelled`. After the last three, a destination that was half
+    ///         written stays
+    EEPtCloudActResult doCmd_DataSet_Do_Mesh(const stControlParam_DataSet_Do_Mesh &param,
+                                             ILongLiveActionProgress *progress);
+    /// Likewise, see `doCmd_DataSet_Do_Mesh`.
+    EEPtCloudActResult doCmd_DataSet_Do_Split(const stControlParam_DataSet_Do_Split &param,
+                                              ILongLiveActionProgress *progress);
+    /// Likewise, see `doCmd_DataSet_Do_Mesh`.
+    EEPtCloudActResult doCmd_DataSet_Do_Sample(const stControlParam_DataSet_Do_Sample &param,
+                                               ILongLiveActionProgress *progress);
+
     /// Assigns the LAS registry, name to path, to `out`.
     void getLasFilepaths(QMap<QString, QString> &out) const;
 
@@ -143,6 +168,10 @@ private:
     bool clashesWithDataSet(const QString &name) const;
     void registerDataSet(const QString &name, std::unique_ptr<PtCloudDataSet> dataSet);
     bool removeDataSet(const QString &name);
+    EEPtCloudActResult doFunctionCmd(const QString &dataSetName, const QString &destFilepath,
+                                     EPtCloud_Function function, const QVariant &params,
+                                     ILongLiveActionProgress *progress);
+    QString getFunctionName(EPtCloud_Function function);
 
     QString m_dir;
     QMap<QString, QString> m_lasFiles; ///< registered name to path, as received

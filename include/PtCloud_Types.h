@@ -6,10 +6,28 @@
 #include <QMetaType>
 #include <QSet>
 #include <QString>
+#include <QVariant>
 
 /// \file
 /// Every enumeration of the library and the plain records that commands take. The numbers are fixed: some stand in
 /// files, others cross to other programs.
+
+/// The functions that the external worker runs. The list of parameters of each stands in docs/worker.md.
+enum EPtCloud_Function : int {
+    Function_mesh_alpha = 0,             ///< meshing
+    Function_mesh_ball_pivoting = 1,     ///< meshing
+    Function_mesh_poisson = 2,           ///< meshing
+    Function_dem = 3,                    ///< terrain products: mesh, height map, contours, classification
+    Function_split_dbscan = 100,         ///< splitting
+    Function_split_kmeans = 101,         ///< splitting
+    Function_split_kmeans_extra = 102,   ///< splitting
+    Function_split_euclidean = 103,      ///< splitting
+    Function_split_euclidean_fast = 104, ///< splitting
+    Function_split_region_growing = 105, ///< splitting
+    Function_split_pachwork = 106,       ///< splitting; the only one without parameters
+    Function_split_csf = 107,            ///< splitting
+    Function_sample_poisson_disk = 200,  ///< sampling
+};
 
 namespace ptCloud
 {
@@ -117,6 +135,33 @@ struct stControlParam_DataSet_Rename
 {
     QString name;    ///< registered name now
     QString newName; ///< wanted, without blanks at its ends
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Do_Mesh` takes.
+struct stControlParam_DataSet_Do_Mesh
+{
+    QString name;                                     ///< registered name of the data set to process
+    QString destFilepath;                             ///< where the worker writes its result
+    EPtCloud_Function function = Function_mesh_alpha; ///< decides alone what is run
+    QVariant params;                                  ///< a `QVariantList`, in the function's own order
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Do_Split` takes.
+struct stControlParam_DataSet_Do_Split
+{
+    QString name;                                     ///< registered name of the data set to process
+    QString destFilepath;                             ///< where the worker writes its result
+    EPtCloud_Function function = Function_mesh_alpha; ///< decides alone what is run
+    QVariant params;                                  ///< a `QVariantList`, in the function's own order
+};
+
+/// What `PtCloud_Controller::doCmd_DataSet_Do_Sample` takes.
+struct stControlParam_DataSet_Do_Sample
+{
+    QString name;                                     ///< registered name of the data set to process
+    QString destFilepath;                             ///< where the worker writes its result
+    EPtCloud_Function function = Function_mesh_alpha; ///< decides alone what is run
+    QVariant params;                                  ///< a `QVariantList`, in the function's own order
 };
 
 } // namespace ptCloud

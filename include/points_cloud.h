@@ -11,6 +11,7 @@
 #include "PtCloud_ContourFile.h"
 #include "PtCloud_Controller.h"
 #include "PtCloud_DataSetFile.h"
+#include "PtCloud_DataSetMemory.h"
 #include "PtCloud_Project.h"
 #include "PtCloud_Types.h"
 #include "VolumeCalcArea.h"

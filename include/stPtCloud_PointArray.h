@@ -1,11 +1,15 @@
 #pragma once
 
 #include "PtCloud_Types.h"
+#include "pcBoundingVolume.h"
 #include "pcVec.h"
 
 #include <QList>
 #include <QMap>
+#include <QSet>
 #include <QVariant>
+
+#include <set>
 
 namespace ptCloud
 {
@@ -101,6 +105,42 @@ struct POINTS_CLOUD_EXPORT stPtCloud_PointArray
     /// False without a position column or for an index above `m_pointCount`. An index equal to the count passes, with
     /// zeros for values; no caller should use it.
     bool getPeace(unsigned int index, QMap<EDataSetColumn, QVariant> &values) const;
+
+    /// \name Marks
+    /// A mark is 0 or 1, kept in `m_pointMarks`. Builders write over them.
+    /// @{
+
+    /// False without marks or for an index above `m_pointCount`. An index equal to the count is true and does nothing;
+    /// no caller should use it.
+    bool markPoint(unsigned int index, bool marked);
+    /// Marks points; an index that is no point's is passed over.
+    void markPoints(const QSet<unsigned int> &indices);
+    /// Takes all marks away and enters the indices of the points that had one; `marked` is not emptied first.
+    void removeAllMarks(QSet<unsigned int> &marked);
+    /// @}
+
+    /// \name Removing points
+    /// The points that stay keep their order and close ranks in every column; arrays keep their size. Nothing happens
+    /// without a position column.
+    ///
+    /// **Triangles are bent:** one with a corner among the removed points goes, and in the others a corner in front of
+    /// the first removed point becomes point 0, even where nothing was removed. A host that needs its triangles builds
+    /// them after the cut. A block whose triangles all went keeps the empty array, and can't be built into a file
+    /// with it: `std::free` it and set it to null.
+    /// @{
+
+    /// The surface of the box counts as inside; so does a point without a finite position. An invalid box has no
+    /// inside.
+    void removeInnerByBox(const pcBoundingBoxf &box);
+    void removeOutterByBox(const pcBoundingBoxf &box);
+    /// By the squared distance in `float`; the surface counts as inside, and so does a point without a finite position.
+    /// A sphere of negative radius has no inside.
+    void removeInnerBySphere(const pcBoundingSpheref &sphere);
+    void removeOutterBySphere(const pcBoundingSpheref &sphere);
+    /// Always true. An index that is no point's removes none, though triangles that name it go. Without
+    /// `m_pointIndices` no point is left.
+    bool removePointsByIndies(const std::set<unsigned int> &indices);
+    /// @}
 };
 
 } // namespace ptCloud

@@ -7,6 +7,9 @@
 namespace ptCloud::platform
 {
 
+/// The file name of the worker program.
+QString workerFileName();
+
 /// Stops every worker program of this user on this machine.
 ///
 /// A worker is a process whose program file is named `open3d_wrapper` or `open3d_wrapper_d` (".exe" on Windows): the

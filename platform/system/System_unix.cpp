@@ -20,6 +20,8 @@ namespace ptCloud::platform
 namespace
 {
 
+constexpr char workerName[] = "open3d_wrapper";
+constexpr char debugWorkerName[] = "open3d_wrapper_d";
 constexpr int workerExitTimeoutMs = 1000;
 
 /// The base name of the program file that process `pid` runs; empty where it has none (ended, or a kernel thread).
@@ -41,7 +43,7 @@ QByteArray programName(pid_t pid)
 bool isWorker(pid_t pid)
 {
     const QByteArray name = programName(pid);
-    return name == "open3d_wrapper" || name == "open3d_wrapper_d";
+    return name == workerName || name == debugWorkerName;
 }
 
 /// Whether nothing of a process is left but what its parent has to collect: no thread, no memory, no open file. The
@@ -78,6 +80,11 @@ std::vector<pid_t> findWorkers()
 }
 
 } // namespace
+
+QString workerFileName()
+{
+    return QLatin1String(workerName);
+}
 
 void stopWorkers()
 {

@@ -11,9 +11,22 @@
 namespace ptCloud::platform
 {
 
+namespace
+{
+
+constexpr char workerName[] = "open3d_wrapper.exe";
+constexpr char debugWorkerName[] = "open3d_wrapper_d.exe";
+
+} // namespace
+
+QString workerFileName()
+{
+    return QLatin1String(workerName);
+}
+
 void stopWorkers()
 {
-    for (const char *worker : {"open3d_wrapper_d.exe", "open3d_wrapper.exe"}) {
+    for (const char *worker : {debugWorkerName, workerName}) {
         const QStringList arguments = {QStringLiteral("-t"), QStringLiteral("-f"), QStringLiteral("/IM"),
                                        QLatin1String(worker)};
         QProcess::startDetached(QStringLiteral("taskkill"), arguments);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ArrayGrid.h"
+#include "RunCopy.h"
 
 #include <vector>
 
@@ -15,11 +16,7 @@ namespace ptCloud
 class ArrayClassifier
 {
 public:
-    struct Run
-    {
-        unsigned int first;
-        unsigned int count;
-    };
+    using Run = ElementRun;
 
     struct Box
     {

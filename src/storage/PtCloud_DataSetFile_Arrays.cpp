@@ -4,6 +4,7 @@
 
 #include "ArrayClassifier.h"
 #include "BorrowedPointArray.h"
+#include "RunCopy.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,7 +17,7 @@ namespace ptCloud
 namespace
 {
 
-using Run = ArrayClassifier::Run;
+using Run = ElementRun;
 
 bool isComplete(const stPtCloud_PointArray &array)
 {
@@ -36,39 +37,6 @@ bool takeArrays(const Arrays &arrays, QList<const stPtCloud_PointArray *> &taken
     return !taken.isEmpty();
 }
 
-/// Copies the elements of runs one behind the other. Runs are short as a rule, so the size is known to the compiler.
-template <unsigned int size>
-void gather(unsigned char *to, const unsigned char *from, const std::vector<Run> &runs)
-{
-    for (const Run &run : runs) {
-        const unsigned char *element = from + static_cast<std::size_t>(run.first) * size;
-        for (unsigned int i = 0; i < run.count; ++i, to += size, element += size)
-            std::memcpy(to, element, size);
-    }
-}
-
-void gather(const ColumnTraits &traits, void *to, const void *from, const std::vector<Run> &runs)
-{
-    auto *const target = static_cast<unsigned char *>(to);
-    const auto *const source = static_cast<const unsigned char *>(from);
-    switch (traits.elementSize) {
-    case 1:
-        return gather<1>(target, source, runs);
-    case 2:
-        return gather<2>(target, source, runs);
-    case 4:
-        return gather<4>(target, source, runs);
-    case 8:
-        return gather<8>(target, source, runs);
-    case 12:
-        return gather<12>(target, source, runs);
-    case 16:
-        return gather<16>(target, source, runs);
-    default:
-        Q_ASSERT(false);
-    }
-}
-
 /// Fills the block with the points of the runs. Of points that the source array does not have, zeros are left.
 void fillBlock(stPtCloud_PointArray &block, const stPtCloud_PointArray &source, const std::vector<Run> &runs)
 {
@@ -86,7 +54,7 @@ void fillBlock(stPtCloud_PointArray &block, const stPtCloud_PointArray &source, 
         if (elements == nullptr || traits.get(source) == nullptr || traits.count == ColumnTraits::ByTriangles)
             continue;
         if (isWhole) {
-            gather(traits, elements, traits.get(source), runs);
+            gatherRuns(traits, elements, traits.get(source), runs);
             continue;
         }
         std::size_t at = 0;
@@ -94,7 +62,7 @@ void fillBlock(stPtCloud_PointArray &block, const stPtCloud_PointArray &source, 
             const unsigned int end = std::min(run.first + run.count, source.m_pointCount);
             const unsigned int there = run.first < end ? end - run.first : 0;
             if (there != 0)
-                gather(traits, elements + at * traits.elementSize, traits.get(source), {{run.first, there}});
+                gatherRuns(traits, elements + at * traits.elementSize, traits.get(source), {{run.first, there}});
             std::memset(elements + (at + there) * traits.elementSize, 0,
                         static_cast<std::size_t>(run.count - there) * traits.elementSize);
             at += run.count;
