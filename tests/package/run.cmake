@@ -34,6 +34,7 @@ expect("points in block 1" ${WORK_DIR}/host-build/host ${WORK_DIR}/survey.las ${
 set(examples ${WORK_DIR}/examples-build)
 build(${EXAMPLES_DIR} ${examples})
 expect("opened again:\n  quarry: 1000 points" ${examples}/01-first-project ${WORK_DIR}/project ${WORK_DIR}/survey.las)
+expect("after: [1-9]" ${examples}/02-edit-in-memory ${WORK_DIR}/survey.blk ${WORK_DIR}/edited.blk)
 expect("points inside, the highest at" ${examples}/03-blocks-of-a-region ${WORK_DIR}/survey.blk 1000 1000 1005 1005)
 expect("cells of 0.5 x 0.5, dig" ${examples}/05-volumes ${WORK_DIR}/survey.blk)
 

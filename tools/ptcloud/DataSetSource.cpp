@@ -39,14 +39,14 @@ DataSetSource::DataSetSource(const QString &path)
     openFile(path);
 }
 
-DataSetSource::DataSetSource(const SourceOptions &options)
+DataSetSource::DataSetSource(const Console &console, const SourceOptions &options)
 {
     const QString name = argument(options.name);
     if (!options.project.isGiven && QFileInfo(name).isFile()) {
         openFile(name);
         return;
     }
-    m_session = std::make_unique<ProjectSession>(options.project);
+    m_session = std::make_unique<ProjectSession>(console, options.project, ProjectSession::Look);
     m_dataSet = &m_session->dataSet(name);
     m_file = &chooseContent(name, *m_dataSet, options.content);
     if (!m_file->openFile())

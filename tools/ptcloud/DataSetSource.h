@@ -37,7 +37,7 @@ public:
     /// A data set file.
     explicit DataSetSource(const QString &path);
     /// A data set of the project. A path that is a file counts as one, unless a project was named.
-    explicit DataSetSource(const SourceOptions &options);
+    DataSetSource(const Console &console, const SourceOptions &options);
     ~DataSetSource();
     DataSetSource(const DataSetSource &) = delete;
     DataSetSource &operator=(const DataSetSource &) = delete;

@@ -188,7 +188,7 @@ void write(Selection &selection, const ExportPlan &plan, ExportWriter &writer)
 void run(const Console &console, const ExportOptions &options)
 {
     const LibraryLog silence;
-    const DataSetSource source(options.source);
+    const DataSetSource source(console, options.source);
     PtCloud_DataSetFile &file = source.file();
     ExportPlan plan;
     plan.path = argument(options.out);

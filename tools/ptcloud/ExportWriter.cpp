@@ -45,7 +45,7 @@ public:
 private:
     void flush()
     {
-        if (m_file.write(m_piece) != m_piece.size())
+        if (m_file.write(m_piece) != m_piece.size() || !m_file.flush())
             fail();
         m_piece.resize(0);
     }

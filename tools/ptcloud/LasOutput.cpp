@@ -84,7 +84,7 @@ void LasOutput::commit()
     if (!m_file.seek(0))
         fail();
     write(headBytes());
-    if (!m_file.commit())
+    if (!m_file.flush() || !m_file.commit())
         fail();
 }
 

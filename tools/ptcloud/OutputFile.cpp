@@ -12,7 +12,8 @@ template <typename Write>
 void writeWhole(const QString &path, Write write)
 {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || !write(file) || !file.commit())
+    // What fails while the last bytes are flushed goes unnoticed in a commit.
+    if (!file.open(QIODevice::WriteOnly) || !write(file) || !file.flush() || !file.commit())
         throw CommandError(QStringLiteral("%1 can't be written: %2").arg(quoted(path), file.errorString()));
 }
 

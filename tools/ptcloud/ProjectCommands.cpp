@@ -75,35 +75,45 @@ void makeNew(const Console &console, const Request &request)
 
 void importLas(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
     QJsonArray names;
+    QStringList lines;
     for (const std::string &file : request.names) {
         QString name;
         const QString path = QDir::cleanPath(QDir().absoluteFilePath(argument(file)));
         ProjectSession::check(session.controller().doCmd_LasFile_Import({path}, &name), quoted(path));
-        console.line(QStringLiteral("%1: %2").arg(name, path));
+        lines << QStringLiteral("%1: %2").arg(name, path);
         names.append(name);
     }
     session.save();
+    for (const QString &line : qAsConst(lines))
+        console.line(line);
     console.object({{QStringLiteral("lasFiles"), names}});
 }
 
 void listLas(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Look);
     QMap<QString, QString> files;
     session.controller().getLasFilepaths(files);
     QJsonArray rows;
     for (auto it = files.cbegin(); it != files.cend(); ++it) {
-        console.line(QStringLiteral("%1: %2").arg(it.key(), *it));
-        rows.append(QJsonObject{{QStringLiteral("name"), it.key()}, {QStringLiteral("path"), *it}});
+        const LasReport report = reportOnFile(*it);
+        const QString content =
+            report.loads ? QStringLiteral("%1 points of format %2").arg(grouped(report.points)).arg(report.format)
+                         : report.why;
+        console.line(QStringLiteral("%1: %2, %3").arg(it.key(), *it, content));
+        rows.append(QJsonObject{{QStringLiteral("name"), it.key()},
+                                {QStringLiteral("path"), *it},
+                                {QStringLiteral("points"), report.points},
+                                {QStringLiteral("format"), report.format}});
     }
     console.object({{QStringLiteral("lasFiles"), rows}});
 }
 
 void removeLas(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
     for (const std::string &name : request.names)
         ProjectSession::check(session.controller().doCmd_LasFile_Remove({argument(name)}), quoted(argument(name)));
     session.save();
@@ -126,7 +136,7 @@ LasReport lasFile(ProjectSession &session, const QString &name)
 
 void listColumns(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Look);
     const QList<EDataSetColumn> columns = lasFile(session, argument(request.name)).columns;
     console.line(columnNames(columns));
     console.object({{QStringLiteral("columns"), columnNumbers(columns)}});
@@ -134,7 +144,7 @@ void listColumns(const Console &console, const Request &request)
 
 void makeDataSet(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
     stControlParam_DataSet_Make wanted;
     wanted.name = argument(request.name);
     ProjectSession::refuseOwnName(wanted.name);
@@ -161,7 +171,7 @@ void makeDataSet(const Console &console, const Request &request)
 
 void listDataSets(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Look);
     QJsonArray rows;
     const auto dataSets = session.controller().getDataSets();
     for (auto it = dataSets.cbegin(); it != dataSets.cend(); ++it) {
@@ -176,13 +186,13 @@ void listDataSets(const Console &console, const Request &request)
 
 void tellInfo(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Look);
     tellDataSet(console, session.dataSet(argument(request.name)));
 }
 
 void listBlocks(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Look);
     const PtCloudDataSet &dataSet = session.dataSet(argument(request.name));
     PtCloud_DataSetFile &file = chooseContent(argument(request.name), dataSet, request.content);
     if (!file.openFile())
@@ -193,7 +203,7 @@ void listBlocks(const Console &console, const Request &request)
 
 void copyDataSet(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
     const stControlParam_DataSet_Copy wanted{argument(request.name), argument(request.newName)};
     ProjectSession::refuseOwnName(wanted.newName);
     const EEPtCloudActResult result = session.controller().doCmd_DataSet_Copy(wanted);
@@ -204,22 +214,27 @@ void copyDataSet(const Console &console, const Request &request)
 
 void mergeDataSets(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
     stControlParam_DataSet_Merge wanted;
     wanted.newName = argument(request.newName);
-    wanted.removeSources = request.removeSources;
     ProjectSession::refuseOwnName(wanted.newName);
     for (const std::string &name : request.names)
         wanted.sourceNames.insert(argument(name));
     const EEPtCloudActResult result = session.controller().doCmd_DataSet_Merge(wanted);
     ProjectSession::check(result, QStringLiteral("merge into %1").arg(quoted(wanted.newName)));
     session.save();
+    // Only now, so that at no moment the points stand in no registered data set.
+    if (request.removeSources) {
+        for (const QString &name : qAsConst(wanted.sourceNames))
+            ProjectSession::check(session.controller().doCmd_DataSet_Remove({name}), quoted(name));
+        session.save();
+    }
     tellNewDataSet(console, wanted.newName);
 }
 
 void renameDataSet(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
     const stControlParam_DataSet_Rename wanted{argument(request.name), argument(request.newName)};
     ProjectSession::refuseOwnName(wanted.newName);
     const EEPtCloudActResult result = session.controller().doCmd_DataSet_Rename(wanted);
@@ -230,7 +245,9 @@ void renameDataSet(const Console &console, const Request &request)
 
 void removeDataSets(const Console &console, const Request &request)
 {
-    ProjectSession session(request.project);
+    ProjectSession session(console, request.project, ProjectSession::Change);
+    for (const std::string &name : request.names)
+        session.dataSet(argument(name));
     for (const std::string &name : request.names)
         ProjectSession::check(session.controller().doCmd_DataSet_Remove({argument(name)}),
                               QStringLiteral("data set %1").arg(quoted(argument(name))));

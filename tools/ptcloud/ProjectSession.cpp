@@ -33,22 +33,28 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The directory names of the data sets; false if the project file ends early or is none. The library itself takes a
-/// file that was cut for one with fewer entries.
-bool readWhole(const QByteArray &bytes, QStringList &directories)
+/// What a project file names: LAS files with their paths, data sets with their directories.
+struct Registered
+{
+    QMap<QString, QString> lasFiles;
+    QMap<QString, QString> dataSets;
+};
+
+/// False if the project file ends early or is none. The library itself takes a file that was cut for one with fewer
+/// entries.
+bool readWhole(const QByteArray &bytes, Registered &registered)
 {
     QDataStream stream(bytes);
     qint32 version = 0;
     stream >> version;
-    for (const bool isDataSets : {false, true}) {
+    for (QMap<QString, QString> *map : {&registered.lasFiles, &registered.dataSets}) {
         qint32 count = 0;
         stream >> count;
         for (qint32 i = 0; i < count && stream.status() == QDataStream::Ok; ++i) {
             QString name;
             QString value;
             stream >> name >> value;
-            if (isDataSets)
-                directories << value;
+            map->insert(name, value);
         }
         if (count < 0)
             return false;
@@ -58,8 +64,19 @@ bool readWhole(const QByteArray &bytes, QStringList &directories)
 
 bool isWhole(const QString &path)
 {
-    QStringList directories;
-    return readWhole(readAll(path), directories);
+    Registered registered;
+    return readWhole(readAll(path), registered);
+}
+
+template <typename Map>
+void warnOfLost(const Console &console, const QMap<QString, QString> &registered, const Map &found, const QString &what)
+{
+    for (auto it = registered.cbegin(); it != registered.cend(); ++it) {
+        if (!found.contains(it.key()))
+            console.warn(QStringLiteral("%1 %2 (%3) is not there or does not load; the next change of the project "
+                                        "forgets it")
+                             .arg(what, quoted(it.key()), *it));
+    }
 }
 
 QString nameOf(EEPtCloudActResult result)
@@ -101,30 +118,43 @@ void addProjectOptions(CLI::App &command, ProjectOptions &options)
 
 void ProjectSession::create(const QString &dir)
 {
-    if (!QDir().mkpath(dir))
-        throw CommandError(QStringLiteral("%1 can't be made").arg(quoted(dir)));
-    if (QFile::exists(pathIn(dir, projectFile)))
+    const QString path = pathIn(dir, projectFile);
+    const QString own = pathIn(dir, QLatin1String(ownDirectory));
+    if (QFile::exists(path))
         throw CommandError(QStringLiteral("%1 is a project already").arg(quoted(dir)));
+    if (!QDir().mkpath(own))
+        throw CommandError(QStringLiteral("%1 can't be made").arg(quoted(own)));
     const LibraryLog silence;
-    if (!PtCloud_Project().save(dir, nullptr) || !isWhole(pathIn(dir, projectFile)))
-        throw CommandError(QStringLiteral("%1 can't be written").arg(quoted(pathIn(dir, projectFile))));
+    // Where the copy belongs, and from there in one step, so that no cut file is left by a program that is killed.
+    if (!PtCloud_Project().save(own, nullptr) || !isWhole(copyPath(dir)))
+        throw CommandError(QStringLiteral("%1 can't be written").arg(quoted(copyPath(dir))));
+    writeText(path, readAll(copyPath(dir)));
 }
 
-ProjectSession::ProjectSession(const ProjectOptions &options) : m_dir(QDir(argument(options.dir)).absolutePath())
+ProjectSession::ProjectSession(const Console &console, const ProjectOptions &options, Access access)
+    : m_dir(QDir(argument(options.dir)).absolutePath())
 {
     const LibraryLog silence;
-    if (!QFile::exists(pathIn(m_dir, projectFile)) && !QFile::exists(copyPath(m_dir)))
+    const QString path = pathIn(m_dir, projectFile);
+    if (!QFile::exists(path) && !QFile::exists(copyPath(m_dir)))
         throw CommandError(QStringLiteral("%1 is no project; make one with: ptcloud new -p DIR").arg(quoted(m_dir)));
     lock();
     if (options.recover)
         recover();
-    if (!isWhole(pathIn(m_dir, projectFile))) {
+    Registered registered;
+    if (!readWhole(readAll(path), registered)) {
         throw CommandError(QStringLiteral("%1 is cut short or damaged; --recover puts the last good copy in its place")
-                               .arg(quoted(pathIn(m_dir, projectFile))));
+                               .arg(quoted(path)));
     }
-    refuseStrays(options.sweep);
+    refuseStrays(registered.dataSets, options.sweep);
+    if (access == Change)
+        keepCopy();
     if (!m_project.loadProject(m_dir, nullptr))
         throw CommandError(QStringLiteral("%1 can't be opened").arg(quoted(m_dir)));
+    QMap<QString, QString> lasFiles;
+    controller().getLasFilepaths(lasFiles);
+    warnOfLost(console, registered.lasFiles, lasFiles, QStringLiteral("LAS file"));
+    warnOfLost(console, registered.dataSets, controller().getDataSets(), QStringLiteral("data set"));
 }
 
 void ProjectSession::lock()
@@ -133,8 +163,13 @@ void ProjectSession::lock()
         throw CommandError(QStringLiteral("%1 can't be written to").arg(quoted(m_dir)));
     m_lock = std::make_unique<QLockFile>(pathIn(m_dir, QLatin1String(ownDirectory) + QStringLiteral("/lock")));
     m_lock->setStaleLockTime(0);
-    if (!m_lock->tryLock(0))
-        throw CommandError(QStringLiteral("another program works in %1; wait until it is done").arg(quoted(m_dir)));
+    // One that was killed while it took the lock leaves a file that tells of nobody.
+    if (m_lock->tryLock(0)
+        || (m_lock->error() == QLockFile::LockFailedError && m_lock->removeStaleLockFile() && m_lock->tryLock(0)))
+        return;
+    if (m_lock->error() != QLockFile::LockFailedError)
+        throw CommandError(QStringLiteral("%1 can't be written to").arg(quoted(m_dir)));
+    throw CommandError(QStringLiteral("another program works in %1; wait until it is done").arg(quoted(m_dir)));
 }
 
 void ProjectSession::recover() const
@@ -144,16 +179,22 @@ void ProjectSession::recover() const
     writeText(pathIn(m_dir, projectFile), readAll(copyPath(m_dir)));
 }
 
-void ProjectSession::refuseStrays(bool sweep) const
+void ProjectSession::keepCopy() const
 {
-    QStringList directories;
-    readWhole(readAll(pathIn(m_dir, projectFile)), directories);
+    const QByteArray bytes = readAll(pathIn(m_dir, projectFile));
+    Registered registered;
+    if (readWhole(bytes, registered) && bytes != readAll(copyPath(m_dir)))
+        writeText(copyPath(m_dir), bytes);
+}
+
+void ProjectSession::refuseStrays(const QMap<QString, QString> &dataSets, bool sweep) const
+{
     QStringList strays = QDir(m_dir).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
     for (int i = strays.size() - 1; i >= 0; --i) {
         if (QString::compare(strays[i], projectFile, Qt::CaseInsensitive) == 0)
             strays.removeAt(i);
     }
-    for (const QString &name : qAsConst(directories)) {
+    for (const QString &name : dataSets) {
         const QDir directory(pathIn(m_dir, name));
         if (name.isEmpty() || !directory.exists(QStringLiteral("Points")))
             continue;
@@ -185,9 +226,11 @@ void ProjectSession::check(EEPtCloudActResult result, const QString &what)
 
 void ProjectSession::save()
 {
+    keepCopy();
     const QString path = pathIn(m_dir, projectFile);
-    if (isWhole(path))
-        writeText(copyPath(m_dir), readAll(path));
-    if (!m_project.save(m_dir, nullptr) || !isWhole(path))
-        throw CommandError(QStringLiteral("%1 was not written whole; is there room on the disk?").arg(quoted(path)));
+    if (!m_project.save(m_dir, nullptr) || !isWhole(path)) {
+        throw CommandError(QStringLiteral("%1 was not written whole (is there room on the disk?); --recover puts back "
+                                          "what stood there before")
+                               .arg(quoted(path)));
+    }
 }

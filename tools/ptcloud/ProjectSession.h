@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include <QLockFile>
+#include <QMap>
 #include <QString>
 
 #include <memory>
@@ -33,11 +34,15 @@ class ProjectSession
 public:
     static constexpr const char *ownDirectory = ".ptcloud";
 
+    /// Who changes a project needs the copy before the first change: on a full disk nothing may be done that can't be
+    /// saved.
+    enum Access { Look, Change };
+
     /// Makes a project where there is none.
     static void create(const QString &dir);
 
-    /// Opens the project.
-    explicit ProjectSession(const ProjectOptions &options);
+    /// Opens the project. Warns of what it names and no longer finds, since the next save forgets it.
+    ProjectSession(const Console &console, const ProjectOptions &options, Access access);
 
     ptCloud::PtCloud_Controller &controller() { return *m_project.getController(); }
     QString dir() const { return m_dir; }
@@ -55,7 +60,8 @@ public:
 private:
     void lock();
     void recover() const;
-    void refuseStrays(bool sweep) const;
+    void keepCopy() const;
+    void refuseStrays(const QMap<QString, QString> &dataSets, bool sweep) const;
 
     QString m_dir;
     std::unique_ptr<QLockFile> m_lock;

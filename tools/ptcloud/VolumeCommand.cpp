@@ -177,7 +177,7 @@ void calculateOnDataSet(const Console &console, const VolumeOptions &options)
     SourceOptions chosen = options.source;
     chosen.project.isGiven = true; // a name is never a file here
     chosen.content.mesh = options.mesh;
-    DataSetSource source(chosen);
+    DataSetSource source(console, chosen);
     runCalculation(console, options, source, *source.dataSet()->getContent_EarthVolume());
 }
 
