@@ -18,3 +18,5 @@ void addConvertCommand(CLI::App &app, Console &console);
 void addExportCommand(CLI::App &app, Console &console);
 /// All commands that work in a project.
 void addProjectCommands(CLI::App &app, Console &console);
+/// Those among them that the worker program does.
+void addFunctionCommands(CLI::App &app, Console &console);

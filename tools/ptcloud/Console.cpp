@@ -55,22 +55,25 @@ Progress::~Progress()
         print(stderr, QStringLiteral("\r\033[K"));
 }
 
-void Progress::show(double fraction)
+void Progress::show(double fraction, const QString &text)
 {
     const int steps = m_isTerminal ? 100 : 4;
     const int step = std::clamp(static_cast<int>(fraction * steps), 0, steps);
-    if (step == m_shown)
+    // Elsewhere than on a terminal a text alone makes no line: it may change many times a second.
+    if (step == m_shown && (!m_isTerminal || text == m_text))
         return;
     m_shown = step;
+    m_text = text;
     const QString percent = QString::number(step * 100 / steps).rightJustified(3);
+    const QString tail = text.isEmpty() ? QString() : QStringLiteral("  ") + text;
     if (!m_isTerminal) {
-        print(stderr, QStringLiteral("%1: %2 %\n").arg(m_title, percent));
+        print(stderr, QStringLiteral("%1: %2 %%3\n").arg(m_title, percent, tail));
         return;
     }
     constexpr int width = 40;
     const int filled = step * width / steps;
     const QString bar = QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('.'));
-    print(stderr, QStringLiteral("\r%1 [%2] %3 %").arg(m_title, bar, percent));
+    print(stderr, QStringLiteral("\r\033[K%1 [%2] %3 %%4").arg(m_title, bar, percent, tail.left(width)));
 }
 
 QString argument(const std::string &text)

@@ -49,12 +49,14 @@ public:
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    void show(double fraction);
+    /// @param text  what is being done now
+    void show(double fraction, const QString &text = {});
 
 private:
     QString m_title;
     bool m_isTerminal;
     int m_shown = -1; ///< per cent on a terminal, quarters elsewhere
+    QString m_text;   ///< shown with it
 };
 
 /// A path or name as the command line gave it.

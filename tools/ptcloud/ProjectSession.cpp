@@ -100,6 +100,14 @@ QString wordsFor(EEPtCloudActResult result)
         return QStringLiteral("a file or directory could not be read, written or renamed");
     case ActResult_MakeFailed:
         return QStringLiteral("the points could not be built; its directory stays, with what was written");
+    case ActResult_WorkerNotStarted:
+        return QStringLiteral("the worker program could not be started; open3d_wrapper belongs beside ptcloud");
+    case ActResult_WorkerFailed:
+        return QStringLiteral("the worker failed");
+    case ActResult_WorkerCrashed:
+        return QStringLiteral("the worker crashed, or another program ended it");
+    case ActResult_Cancelled:
+        return QStringLiteral("cancelled");
     default:
         return QStringLiteral("it can't be done (is there room on the disk, and is the name a plain one?)");
     }

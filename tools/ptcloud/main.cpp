@@ -31,6 +31,7 @@ int run(int argc, char **argv, Console &console)
     addConvertCommand(app, console);
     addExportCommand(app, console);
     addProjectCommands(app, console);
+    addFunctionCommands(app, console);
 
     try {
         app.parse(argc, argv);

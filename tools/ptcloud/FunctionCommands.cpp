@@ -1,0 +1,301 @@
+// Commands that send a data set through the worker program.
+
+#include "Commands.h"
+#include "DataSetInventory.h"
+#include "FunctionMethods.h"
+#include "LibraryLog.h"
+#include "ProjectSession.h"
+#include "WorkerProgress.h"
+
+#include "PtCloudDataSet.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+using namespace ptCloud;
+
+namespace
+{
+
+struct FunctionRequest
+{
+    ProjectOptions project;
+    std::string name;
+    std::string result; ///< name of the new content, or of the new data set
+    std::string method;
+    GivenOptions given;
+    unsigned int pixels = 1024;
+    unsigned int contours = 20;
+    std::vector<std::string> products;
+};
+
+const Method &findMethod(const std::vector<Method> &methods, const std::string &name)
+{
+    return *std::find_if(methods.begin(), methods.end(), [&name](const Method &method) { return name == method.name; });
+}
+
+/// Runs a function on a data set, and leaves nothing behind in its directory after a failure.
+class FunctionRun
+{
+public:
+    FunctionRun(PtCloud_Controller &controller, PtCloudDataSet &dataSet)
+        : m_controller(controller), m_dataSet(dataSet),
+          m_directory(QFileInfo(dataSet.getFilePath_Points()).absoluteDir()), m_before(files())
+    {}
+
+    void run(EPtCloud_Function function, const QVariantList &parameters, const QString &destination)
+    {
+        WorkerProgress progress(m_dataSet.getName());
+        // The three commands of the library do the same for every function.
+        const stControlParam_DataSet_Do_Mesh wanted{nameOf(), destination, function, parameters};
+        EEPtCloudActResult result = m_controller.doCmd_DataSet_Do_Mesh(wanted, &progress);
+        // A terminal sends Ctrl-C to the worker as well, which may so end before it is killed.
+        if (result == ActResult_WorkerCrashed && progress.isCancelRequested())
+            result = ActResult_Cancelled;
+        if (result == ActResult_Success)
+            return;
+        removeLeftovers();
+        const QString why = result == ActResult_WorkerFailed ? QStringLiteral(": ") + progress.lastText() : QString();
+        ProjectSession::check(result, QStringLiteral("data set %1%2").arg(quoted(nameOf()), why));
+    }
+
+private:
+    QString nameOf() const
+    {
+        const auto dataSets = m_controller.getDataSets();
+        return dataSets.key(&m_dataSet);
+    }
+    QStringList files() const { return m_directory.entryList(QDir::Files | QDir::Hidden); }
+    void removeLeftovers()
+    {
+        m_directory.refresh();
+        for (const QString &file : files()) {
+            if (!m_before.contains(file))
+                m_directory.remove(file);
+        }
+    }
+
+    PtCloud_Controller &m_controller;
+    PtCloudDataSet &m_dataSet;
+    QDir m_directory;
+    QStringList m_before;
+};
+
+void tellContent(const Console &console, const QString &name, PtCloud_DataSetFile &file)
+{
+    const FileRow row = summarise(name, file);
+    console.line(QStringLiteral("%1: %2 points, %3 triangles in %4 blocks")
+                     .arg(name, grouped(row.points), grouped(row.triangles), grouped(row.blocks)));
+    console.object(toJson(row));
+}
+
+/// Meshes and splits differ in where the result belongs.
+struct Products
+{
+    const std::vector<Method> &(*methods)();
+    PtCloud_DataSetFile *(PtCloudDataSet::*create)(const QString &) const;
+    void (PtCloudDataSet::*add)(const QString &, PtCloud_DataSetFile *);
+};
+
+constexpr Products meshProducts = {meshMethods, &PtCloudDataSet::createEmptyLocatedContent_Mesh,
+                                   &PtCloudDataSet::addContent_Mesh};
+constexpr Products splitProducts = {splitMethods, &PtCloudDataSet::createEmptyLocatedContent_Split,
+                                    &PtCloudDataSet::addContent_Split};
+
+void makeContent(const Console &console, const FunctionRequest &request, const Products &products)
+{
+    const Method &method = findMethod(products.methods(), request.method);
+    const QVariantList parameters = parametersOf(method, request.given);
+    ProjectSession session(console, request.project, ProjectSession::Look);
+    PtCloudDataSet &dataSet = session.dataSet(argument(request.name));
+    const QString result = argument(request.result);
+    std::unique_ptr<PtCloud_DataSetFile> target((dataSet.*products.create)(result));
+    if (target == nullptr)
+        throw CommandError(QStringLiteral("data set %1 can't take a %2: the name is taken or is no plain one")
+                               .arg(quoted(argument(request.name)), quoted(result)),
+                           QStringLiteral("ActResult_NameExists"));
+    FunctionRun(session.controller(), dataSet).run(method.function, parameters, target->getFilepath());
+    PtCloud_DataSetFile *const file = target.release();
+    (dataSet.*products.add)(result, file);
+    tellContent(console, result, *file);
+}
+
+void samplePoints(const Console &console, const FunctionRequest &request)
+{
+    const Method &method = sampleMethods().front();
+    const QVariantList parameters = parametersOf(method, request.given);
+    ProjectSession session(console, request.project,
+                           request.result.empty() ? ProjectSession::Look : ProjectSession::Change);
+    QString name = argument(request.name);
+    if (!request.result.empty()) {
+        const QString copy = argument(request.result);
+        ProjectSession::refuseOwnName(copy);
+        ProjectSession::check(session.controller().doCmd_DataSet_Copy({name, copy}),
+                              QStringLiteral("%1 to %2").arg(quoted(name), quoted(copy)));
+        session.save();
+        name = copy;
+    }
+    PtCloudDataSet &dataSet = session.dataSet(name);
+    const QString target = dataSet.createEmptyLocatedContent_Points();
+    try {
+        FunctionRun(session.controller(), dataSet).run(method.function, parameters, target);
+    } catch (const CommandError &) {
+        if (!request.result.empty() && session.controller().doCmd_DataSet_Remove({name}) == ActResult_Success)
+            session.save();
+        throw;
+    }
+    dataSet.updateContent_Points();
+    if (QFileInfo::exists(target))
+        throw CommandError(QStringLiteral("%1 could not be put in the place of the points").arg(quoted(target)));
+    tellContent(console, name, *dataSet.getContent_PointDataSetFile());
+}
+
+/// A product of the terrain: where it goes, and how the data set takes it.
+struct TerrainProduct
+{
+    const char *name;
+    QString (PtCloudDataSet::*path)() const;
+    void (PtCloudDataSet::*attach)();
+};
+
+constexpr TerrainProduct terrainProducts[] = {
+    {"mesh", &PtCloudDataSet::createEmptyLocatedContent_Dem_Mesh, &PtCloudDataSet::setContent_Dem_Mesh},
+    {"height-map", &PtCloudDataSet::createEmptyLocatedContent_Dem_HeightMap, &PtCloudDataSet::setContent_Dem_HeightMap},
+    {"contours", &PtCloudDataSet::createEmptyLocatedContent_Dem_Contour, &PtCloudDataSet::setContent_Dem_Contour},
+    {"classes", &PtCloudDataSet::createEmptyLocatedContent_Dem_Classify, &PtCloudDataSet::setContent_Dem_Classify},
+};
+
+void makeTerrain(const Console &console, const FunctionRequest &request)
+{
+    ProjectSession session(console, request.project, ProjectSession::Look);
+    PtCloudDataSet &dataSet = session.dataSet(argument(request.name));
+    const auto isWanted = [&request](const TerrainProduct &product) {
+        return request.products.empty()
+               || std::find(request.products.begin(), request.products.end(), product.name) != request.products.end();
+    };
+    QStringList paths;
+    QString destination;
+    for (const TerrainProduct &product : terrainProducts) {
+        paths << (isWanted(product) ? (dataSet.*product.path)() : QString());
+        if (destination.isEmpty())
+            destination = paths.last();
+    }
+    const QVariantList parameters{paths[0], paths[1], request.pixels, paths[2], request.contours, paths[3]};
+    FunctionRun(session.controller(), dataSet).run(Function_dem, parameters, destination);
+    for (const TerrainProduct &product : terrainProducts) {
+        if (isWanted(product))
+            (dataSet.*product.attach)();
+    }
+    tellDataSet(console, dataSet);
+}
+
+using Work = std::function<void(const Console &, const FunctionRequest &)>;
+
+CLI::App *addCommand(CLI::App &app, Console &console, const char *name, const char *help,
+                     const std::shared_ptr<FunctionRequest> &request, const Work &work)
+{
+    CLI::App *command = app.add_subcommand(name, help);
+    addProjectOptions(*command, request->project);
+    command->add_option("NAME", request->name, "A data set of the project")->required();
+    command->callback([request, work, &console] {
+        const LibraryLog silence;
+        work(console, *request);
+    });
+    return command;
+}
+
+std::string helpOf(const MethodOption &option)
+{
+    if (option.kind == MethodOption::Flag)
+        return option.help;
+    return std::string(option.help) + " [" + QString::number(option.standard, 'g', 9).toStdString() + "]";
+}
+
+/// The help of an option that several methods may have, each its own.
+std::string helpOf(const std::vector<Method> &methods, const std::string &name)
+{
+    std::vector<std::pair<std::string, std::string>> texts; ///< methods, help
+    for (const Method &method : methods) {
+        for (const MethodOption &option : method.options) {
+            if (name != option.name)
+                continue;
+            if (!texts.empty() && texts.back().second == helpOf(option))
+                texts.back().first += std::string(", ") + method.name;
+            else
+                texts.emplace_back(method.name, helpOf(option));
+        }
+    }
+    std::string help;
+    for (const auto &[names, text] : texts)
+        help += (help.empty() ? "" : "; ") + (methods.size() > 1 ? names + ": " : std::string()) + text;
+    return help;
+}
+
+/// All options of all methods; each tells for which it is.
+void addMethodOptions(CLI::App &command, const std::vector<Method> &methods, GivenOptions &given)
+{
+    for (const Method &method : methods) {
+        for (const MethodOption &option : method.options) {
+            const std::string name = option.name;
+            if (command.get_option_no_throw(name) != nullptr)
+                continue;
+            const std::string help = helpOf(methods, name);
+            if (option.kind == MethodOption::Flag)
+                command.add_flag_function(
+                    name, [&given, name](std::int64_t) { given[name] = "true"; }, help);
+            else
+                command.add_option_function<std::string>(
+                    name, [&given, name](const std::string &text) { given[name] = text; }, help);
+        }
+    }
+}
+
+void addContentCommand(CLI::App &app, Console &console, const char *name, const char *help, const Products &products)
+{
+    const auto request = std::make_shared<FunctionRequest>();
+    CLI::App *command =
+        addCommand(app, console, name, help, request,
+                   [&products](const Console &c, const FunctionRequest &r) { makeContent(c, r, products); });
+    command->add_option("RESULT", request->result, "The name of the result")->required();
+    std::string methodHelp = "How:";
+    std::vector<std::string> names;
+    for (const Method &method : products.methods()) {
+        names.emplace_back(method.name);
+        methodHelp += std::string(names.size() > 1 ? "; " : " ") + method.name + ", " + method.help;
+    }
+    command->add_option("--method", request->method, methodHelp)->required()->check(CLI::IsMember(names));
+    addMethodOptions(*command, products.methods(), request->given);
+}
+
+} // namespace
+
+void addFunctionCommands(CLI::App &app, Console &console)
+{
+    addContentCommand(app, console, "mesh", "Make a mesh of a data set; Ctrl-C cancels", meshProducts);
+    addContentCommand(app, console, "split",
+                      "Split a data set into clusters, or into ground and the rest, a block each", splitProducts);
+
+    auto request = std::make_shared<FunctionRequest>();
+    CLI::App *command = addCommand(app, console, "sample",
+                                   "Thin the points of a data set evenly. The sample TAKES THE PLACE of the points, "
+                                   "unless --as names a new data set for it",
+                                   request, samplePoints);
+    command->add_option("--as", request->result, "Keep the points, and put the sample into a copy of this name");
+    addMethodOptions(*command, sampleMethods(), request->given);
+
+    request = std::make_shared<FunctionRequest>();
+    command = addCommand(app, console, "dem", "Make the terrain products of a data set", request, makeTerrain);
+    command->add_option("--pixels", request->pixels, "Longer side of the height map")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, 32768U));
+    command->add_option("--contours", request->contours, "Number of height steps between contours")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, 10000U));
+    command->add_option("--only", request->products, "Some of mesh, height-map, contours, classes, separated by commas")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"mesh", "height-map", "contours", "classes"}));
+}
