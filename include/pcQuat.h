@@ -18,8 +18,8 @@ using pcMatrixd = pcMatrix<double>;
 /// the reverse of the textbook's order. Angles are radians, counter-clockwise when the axis points at the viewer.
 ///
 /// There is no float quaternion. Arithmetic runs in double precision, comparison is exact, nothing is normalised behind
-/// the caller's back. No operation fails, allocates or throws, and none looks at a zero divisor: the inverse of the zero
-/// quaternion is not finite.
+/// the caller's back. No operation fails, allocates or throws, and none looks at a zero divisor: the inverse of the
+/// zero quaternion is not finite.
 class POINTS_CLOUD_EXPORT pcQuatd
 {
 public:
@@ -132,7 +132,8 @@ public:
     void getRotate(double &angle, pcVec3d &axis) const;
     void getRotate(double &angle, pcVec3f &axis) const;
 
-    /// Becomes the rotation on the way from `from` (`t` = 0) to `to` (`t` = 1), along the shorter arc at a steady speed.
+    /// Becomes the rotation on the way from `from` (`t` = 0) to `to` (`t` = 1), along the shorter arc at a steady
+    /// speed.
     ///
     /// Both must have length 1; the result is not normalised. Nearly equal rotations are blended linearly, because the
     /// sine that the weights are divided by goes to 0. After K. Shoemake, "Animating Rotation with Quaternion Curves",

@@ -17,6 +17,8 @@
 #include "VolumeCalcArea.h"
 #include "VolumeCalcAreaList.h"
 #include "pcBoundingVolume.h"
+#include "pcMatrix.h"
+#include "pcQuat.h"
 #include "pcVec.h"
 #include "points_cloud_global.h"
 #include "stPrism.h"

@@ -33,6 +33,9 @@ bool reserveFileSpace(QFile &file, qint64 size);
 /// end, and not the name of a device.
 bool isPlainName(const QString &name);
 
+/// Whether both paths lead to one file that is there, over whatever links, hard ones too.
+bool isSameFile(const QString &a, const QString &b);
+
 /// Milliseconds of a steady clock, in 32 bits that wrap around after 49.7 days.
 quint32 tickCount();
 

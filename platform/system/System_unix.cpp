@@ -131,6 +131,15 @@ bool isPlainName(const QString &name)
            && !name.contains(QLatin1Char('/')) && !name.contains(QChar(QChar::Null));
 }
 
+bool isSameFile(const QString &a, const QString &b)
+{
+    struct stat first = {};
+    struct stat second = {};
+    return ::stat(QFile::encodeName(a).constData(), &first) == 0
+           && ::stat(QFile::encodeName(b).constData(), &second) == 0 && first.st_dev == second.st_dev
+           && first.st_ino == second.st_ino;
+}
+
 quint32 tickCount()
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();

@@ -1,10 +1,12 @@
 #include "System.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
+#include <string>
 
 #include <windows.h>
 
@@ -55,6 +57,24 @@ bool isPlainName(const QString &name)
     static const QRegularExpression device(QStringLiteral("^(CON|PRN|AUX|NUL|COM[0-9]|LPT[0-9])$"),
                                            QRegularExpression::CaseInsensitiveOption);
     return !device.match(name.section(QLatin1Char('.'), 0, 0).trimmed()).hasMatch();
+}
+
+bool isSameFile(const QString &a, const QString &b)
+{
+    const auto identify = [](const QString &path, BY_HANDLE_FILE_INFORMATION &information) {
+        const std::wstring name = QDir::toNativeSeparators(path).toStdWString();
+        const HANDLE file = CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+        if (file == INVALID_HANDLE_VALUE)
+            return false;
+        const bool isKnown = GetFileInformationByHandle(file, &information) != 0;
+        CloseHandle(file);
+        return isKnown;
+    };
+    BY_HANDLE_FILE_INFORMATION first = {};
+    BY_HANDLE_FILE_INFORMATION second = {};
+    return identify(a, first) && identify(b, second) && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber
+           && first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
 }
 
 quint32 tickCount()

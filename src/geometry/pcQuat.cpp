@@ -76,10 +76,9 @@ double pcQuatd::length2() const
 
 pcQuatd pcQuatd::operator*(const pcQuatd &q) const
 {
-    return {x() * q.w() + q.x() * w() + z() * q.y() - y() * q.z(),
-            y() * q.w() - z() * q.x() + q.y() * w() + q.z() * x(),
-            z() * q.w() + y() * q.x() - x() * q.y() + q.z() * w(),
-            w() * q.w() - x() * q.x() - y() * q.y() - z() * q.z()};
+    return {
+        x() * q.w() + q.x() * w() + z() * q.y() - y() * q.z(), y() * q.w() - z() * q.x() + q.y() * w() + q.z() * x(),
+        z() * q.w() + y() * q.x() - x() * q.y() + q.z() * w(), w() * q.w() - x() * q.x() - y() * q.y() - z() * q.z()};
 }
 
 pcVec3d pcQuatd::operator*(const pcVec3d &v) const

@@ -3,8 +3,7 @@
 #include "PtCloud_DataSetFile_Build.h"
 
 #include "IntegerArithmetic.h"
-
-#include <QFileInfo>
+#include "System.h"
 
 #include <algorithm>
 #include <numeric>
@@ -14,12 +13,6 @@ namespace ptCloud
 
 namespace
 {
-
-/// Whether both paths lead to one file that is there.
-bool isSameFile(const QString &a, const QString &b)
-{
-    return QFileInfo::exists(a) && QFileInfo(a) == QFileInfo(b);
-}
 
 /// The columns of both, in the order of the first. A first list that is empty counts as none yet.
 void intersect(QList<EDataSetColumn> &columns, const QList<EDataSetColumn> &others)
@@ -40,7 +33,7 @@ bool PtCloud_DataSetFile::makeDataSet_byDataSetFiles(const QList<PtCloud_DataSet
     closeFile();
     // Emptying the target would take the points of a source that is the same file.
     for (const PtCloud_DataSetFile *file : files) {
-        if (file == nullptr || file == this || isSameFile(file->m_filepath, m_filepath))
+        if (file == nullptr || file == this || platform::isSameFile(file->m_filepath, m_filepath))
             return false;
     }
     QMap<int, stMergeSource> sources;

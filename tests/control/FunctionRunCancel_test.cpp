@@ -5,16 +5,7 @@
 
 using namespace ptCloud;
 using support::FunctionRunTest;
-
-namespace
-{
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
+using support::text;
 
 TEST_F(FunctionRunTest, CancelledBeforeTheFirstWaitShowsNothing)
 {
@@ -33,7 +24,7 @@ TEST_F(FunctionRunTest, CancelledInTheMiddleStopsAndTellsNothingMore)
     script({text("value 40"), text("text busy"), text("write half a resu"), text("touch started"), text("hang")});
     cancelOnceThere("started");
     EXPECT_EQ(run(), ActResult_Cancelled);
-    EXPECT_EQ(m_calls.last(), text("cancel?"));
+    EXPECT_EQ(m_calls.value(m_calls.size() - 1), text("cancel?"));
     EXPECT_EQ(logLines(), QStringList(text("0 Start mesh_alpha......")));
     EXPECT_EQ(support::readFile(path("result")), "half a resu") << "it is up to the host to remove it";
 }

@@ -6,14 +6,10 @@
 
 using namespace ptCloud;
 using support::FunctionRunTest;
+using support::text;
 
 namespace
 {
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 struct ExitCode
 {
@@ -85,7 +81,8 @@ TEST_P(FunctionRunExit, IsToldByResultAndLog)
     script(QStringList(text("exit ") + QString::number(GetParam().code)));
     EXPECT_EQ(static_cast<int>(run(Function_mesh_poisson)), GetParam().result);
     EXPECT_EQ(logLines(), QStringList({text("0 Start mesh_poisson......"), text(GetParam().log)}));
-    EXPECT_EQ(m_calls.last().mid(m_calls.last().size() - 1), text(".")) << "the end is told last";
+    EXPECT_EQ(m_calls.value(m_calls.size() - 1).mid(m_calls.value(m_calls.size() - 1).size() - 1), text("."))
+        << "the end is told last";
 }
 
 TEST_P(FunctionRunName, StandsInTheLogLines)

@@ -16,16 +16,7 @@
 
 using namespace ptCloud;
 using support::FunctionRunTest;
-
-namespace
-{
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
+using support::text;
 
 TEST_F(FunctionRunTest, TakesAMessageWithoutAnEndAsItsThousandBytes)
 {

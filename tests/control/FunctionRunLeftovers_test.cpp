@@ -10,14 +10,10 @@
 
 using namespace ptCloud;
 using support::FunctionRunTest;
+using support::text;
 
 namespace
 {
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// Another host, in a process of its own, that runs one test of this program.
 class OtherHost

@@ -24,6 +24,11 @@ inline void PrintTo(const QString &text, std::ostream *out)
 namespace support
 {
 
+inline QString text(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
 /// Puts an environment variable back when it goes.
 class EnvironmentVariable
 {

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <limits>
-#include <map>
 
 using support::BlockFile;
 using support::PlainArray;
@@ -181,22 +180,30 @@ TEST_F(MemoryBuild, FailsInSilenceWithoutBlocks)
     expectFailedEmpty(build({0}, {}));
 }
 
-class MemoryBuildColumns : public MemoryBuild, public ::testing::WithParamInterface<std::vector<quint32>>
+struct ColumnCase
+{
+    const char *name;
+    std::vector<quint32> columns;
+};
+
+class MemoryBuildColumns : public MemoryBuild, public ::testing::WithParamInterface<ColumnCase>
 {
 };
 
 TEST_P(MemoryBuildColumns, AreRefusedOnceTheFileIsEmptied)
 {
     const ptCloud::stPtCloud_PointArray &array = make(plainArray(3, allColumnsButTriangles()));
-    expectFailedEmpty(build(GetParam(), {{1, entry(m_box, &array)}}));
+    expectFailedEmpty(build(GetParam().columns, {{1, entry(m_box, &array)}}));
     EXPECT_EQ(array.m_pointCount, 3U);
     EXPECT_NE(array.m_position, nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P(Wrong, MemoryBuildColumns,
-                         ::testing::Values(std::vector<quint32>{}, std::vector<quint32>{3},
-                                           std::vector<quint32>{1, 3, 18}, std::vector<quint32>{0, 19},
-                                           std::vector<quint32>{0xFFFFFFFF, 0}));
+                         ::testing::Values(ColumnCase{"None", {}}, ColumnCase{"WithoutPositions", {3}},
+                                           ColumnCase{"ManyWithoutPositions", {1, 3, 18}},
+                                           ColumnCase{"WithAnUnknownOneLast", {0, 19}},
+                                           ColumnCase{"WithAnUnknownOneFirst", {0xFFFFFFFF, 0}}),
+                         support::CaseName());
 
 TEST_F(MemoryBuild, FailsAtTheBlockThatLacksAListedColumn)
 {

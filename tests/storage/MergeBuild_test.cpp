@@ -270,14 +270,16 @@ protected:
         BlockFile file;
         file.sort = below(3);
         for (quint32 column = 0; column < 19; ++column) {
-            if (column == 0 || below(4) != 0)
+            if (below(column == 0 ? 10 : 4) != 0)
                 file.columns.push_back(column);
         }
         for (std::size_t i = file.columns.size(); i > 1; --i)
             std::swap(file.columns[i - 1], file.columns[below(static_cast<quint32>(i))]);
         auto key = static_cast<qint32>(below(3)) - (below(6) == 0 ? 4 : 0);
         for (quint32 blocks = below(8); blocks > 0; --blocks) {
-            file.blocks.push_back(file.makeBlock(key, below(40), below(9), static_cast<quint8>(below(256))));
+            // Without any triangle, a file with their column can't be read.
+            const quint32 triangles = file.blocks.empty() ? 1 + below(9) : below(9);
+            file.blocks.push_back(file.makeBlock(key, below(40), triangles, static_cast<quint8>(below(256))));
             file.blocks.back().tag = static_cast<qint32>(below(1000)) - 1;
             key += static_cast<qint32>(1 + below(3) / 2);
         }

@@ -1,6 +1,7 @@
 #include "PlainMerge.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 
 namespace support
@@ -25,13 +26,6 @@ Columns common(const Columns &columns, const Columns &further)
     std::copy_if(columns.begin(), columns.end(), std::back_inserter(left),
                  [&further](quint32 column) { return isIn(further, column); });
     return left;
-}
-
-bool canBeRead(const BlockFile &file)
-{
-    return !isIn(file.columns, 2)
-           || std::any_of(file.blocks.begin(), file.blocks.end(),
-                          [](const BlockFile::Block &block) { return block.triangles > 0; });
 }
 
 /// Keys wrap at the end of the integers.
@@ -89,7 +83,7 @@ std::optional<BlockFile> mergePlainly(const std::vector<BlockFile> &sources)
     quint32 total = 0;
     for (const auto &[key, entry] : entries) {
         const auto runs = runsOf(entry, merged.columns);
-        if (!runs || !canBeRead(*entry.file))
+        if (!runs)
             return std::nullopt;
         merged.blocks.push_back(*entry.block);
         BlockFile::Block &block = merged.blocks.back();

@@ -175,7 +175,7 @@ TEST_F(ConvertRefusals, TakesABadShiftForWrongUsage)
 TEST_F(ConvertRefusals, RefusesPathsThatCannotBe)
 {
     ASSERT_TRUE(QDir(m_dir.path()).mkdir(QStringLiteral("in.las")));
-    const auto run = [this](const QString &source, const QString &target) {
+    const auto run = [](const QString &source, const QString &target) {
         return PtcloudRun({QStringLiteral("convert"), source, target});
     };
     ConvertTest::expectRefused(run(in(), out()), "in.las");
@@ -228,6 +228,18 @@ TEST_F(ConvertRefusals, LeavesItsOldResultWhereTheNewOneFails)
     ASSERT_EQ(convert(coarse(2147484).bytes(), unshifted).exitCode, 1);
     EXPECT_TRUE(sameBytes(readFile(out()), result));
     EXPECT_TRUE(sameBytes(readFile(sideFile()), side));
+}
+
+TEST_F(ConvertRefusals, WritesNoShiftedPointsWhereItCannotTellTheShift)
+{
+    ASSERT_TRUE(QDir(m_dir.path()).mkdir(QStringLiteral("out.las.json")));
+    const PtcloudRun done = convert(fullFile(2, 3).bytes());
+    EXPECT_EQ(done.exitCode, 1);
+    ASSERT_EQ(done.errorLines().size(), 1);
+    EXPECT_TRUE(done.errorLines().first().contains("out.las.json")) << done.errors.constData();
+    EXPECT_FALSE(QFile::exists(out()));
+    // Nor is anything half-written left.
+    EXPECT_EQ(QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 2);
 }
 
 TEST_F(ConvertRefusals, NeverWritesOverItsSource)

@@ -4,6 +4,7 @@
 #include "LasReport.h"
 #include "OutputFile.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -144,8 +145,13 @@ LasHead headFor(LasInput &las, const Triple &shift, QStringList &dropped)
     head.generator = "ptcloud convert";
     head.systemIdentifier = QByteArray(las.head().systemIdentifier, sizeof las.head().systemIdentifier);
     head.fileSourceId = las.minorVersion() >= 1 ? las.description().fileSourceId : quint16(0);
-    // The kind of GPS time; the other bits speak of waveforms and of a coordinate system in words.
-    head.globalEncoding = las.minorVersion() >= 2 ? quint16(las.description().globalEncoding & 1U) : quint16(0);
+    // The kind of GPS time; other bits speak of waveforms and of a coordinate system in words, which go as well.
+    constexpr unsigned int gpsTimeKind = 1;
+    constexpr unsigned int syntheticReturns = 8;
+    const unsigned int encoding = las.minorVersion() >= 2 ? las.description().globalEncoding : 0U;
+    head.globalEncoding = static_cast<quint16>(encoding & gpsTimeKind);
+    if ((encoding & syntheticReturns) != 0)
+        dropped << QStringLiteral("the mark that return numbers were not measured");
     std::copy_n(las.description().projectGuid, head.projectGuid.size(), head.projectGuid.begin());
     head.creationDay = las.head().fileCreationDayOfYear;
     head.creationYear = las.head().fileCreationYear;
@@ -225,6 +231,19 @@ QJsonObject sideFile(const LasInput &las, const Triple &shift)
             {QStringLiteral("shift"), QJsonArray{shift[0], shift[1], shift[2]}}};
 }
 
+/// Something else than the side file of an earlier run must not be lost to a slip.
+void refuseForeign(const QString &side)
+{
+    QFile file(side);
+    if (!file.exists())
+        return;
+    const bool isOurs = file.open(QIODevice::ReadOnly)
+                        && QJsonDocument::fromJson(file.readAll()).object().contains(QLatin1String("shift"));
+    if (!isOurs)
+        throw CommandError(
+            QStringLiteral("%1 exists and tells no shift; move it away or name another file").arg(quoted(side)));
+}
+
 void tell(const Console &console, const LasInput &las, const LasOutput &output, const QString &out, const Triple &shift,
           const QStringList &dropped)
 {
@@ -256,8 +275,11 @@ void run(const Console &console, const ConvertOptions &options)
 {
     const QString out = argument(options.out);
     LasInput las(argument(options.in));
+    const QString side = out + QStringLiteral(".json");
     refuseSource(out, {las.path()});
+    refuseSource(side, {las.path()});
     LasOutput::refuseToOverwrite(out);
+    refuseForeign(side);
     refuseIfTooLarge(las);
     const RawRange range = rangeOf(las);
     const Triple shift = chooseShift(las, range, argument(options.shift));
@@ -266,8 +288,9 @@ void run(const Console &console, const ConvertOptions &options)
     LasOutput output(out, headFor(las, shift, dropped));
     writePoints(las, output, rescale);
     tellLosses(las, dropped);
-    // First, so that no shifted file stands there whose shift nobody knows.
-    writeText(out + QStringLiteral(".json"), QJsonDocument(sideFile(las, shift)).toJson());
+    // First, and the old points gone, so that at no moment points stand there with another shift than theirs.
+    QFile::remove(out);
+    writeText(side, QJsonDocument(sideFile(las, shift)).toJson());
     output.commit();
     tell(console, las, output, out, shift, dropped);
 }

@@ -43,6 +43,11 @@ DataSetSource::DataSetSource(const Console &console, const SourceOptions &option
 {
     const QString name = argument(options.name);
     if (!options.project.isGiven && QFileInfo(name).isFile()) {
+        const ContentChoice &content = options.content;
+        if (!content.mesh.empty() || !content.split.empty() || content.isTerrain)
+            throw CommandError(
+                QStringLiteral("%1 is a file: a content can be chosen of a data set of the project alone")
+                    .arg(quoted(name)));
         openFile(name);
         return;
     }
@@ -57,6 +62,15 @@ DataSetSource::~DataSetSource()
 {
     if (m_file != nullptr)
         m_file->closeFile();
+}
+
+void DataSetSource::refuseToOverwrite(const QString &target) const
+{
+    const QString path = QFileInfo(target).canonicalFilePath();
+    const QString project = m_session == nullptr ? QString() : QFileInfo(m_session->dir()).canonicalFilePath();
+    if (!path.isEmpty() && !project.isEmpty() && path.startsWith(project + QLatin1Char('/')))
+        throw CommandError(QStringLiteral("%1 belongs to the project and would be overwritten; name another target")
+                               .arg(quoted(target)));
 }
 
 void DataSetSource::openFile(const QString &path)

@@ -43,6 +43,8 @@ public:
     DataSetSource &operator=(const DataSetSource &) = delete;
 
     ptCloud::PtCloud_DataSetFile &file() const { return *m_file; }
+    /// Throws if a file to write stands in the project, where all files are the project's own.
+    void refuseToOverwrite(const QString &target) const;
     /// The data set of a project; null for a file.
     ptCloud::PtCloudDataSet *dataSet() const { return m_dataSet; }
 

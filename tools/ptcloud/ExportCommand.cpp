@@ -196,6 +196,7 @@ void run(const Console &console, const ExportOptions &options)
     if (!options.sideFile.empty())
         sources << argument(options.sideFile);
     refuseTarget(plan.path, sources);
+    source.refuseToOverwrite(plan.path);
     plan.shift = readShift(options.sideFile);
     plan.columns = chooseColumns(file, options.columns);
     Selection selection(file, boxOf(options, plan.shift));

@@ -230,8 +230,12 @@ std::string helpOf(const std::vector<Method> &methods, const std::string &name)
         }
     }
     std::string help;
-    for (const auto &[names, text] : texts)
-        help += (help.empty() ? "" : "; ") + (methods.size() > 1 ? names + ": " : std::string()) + text;
+    for (const auto &[names, text] : texts) {
+        help += help.empty() ? "" : "; ";
+        if (methods.size() > 1)
+            help.append(names).append(": ");
+        help += text;
+    }
     return help;
 }
 

@@ -13,7 +13,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext &context, const QStr
 {
     if (type == QtDebugMsg)
         listener->take(text);
-    else if (systemHandler != nullptr)
+    // A worker that is cancelled is not waited for, which is no news for the user.
+    else if (systemHandler != nullptr && !text.startsWith(QLatin1String("QProcess: Destroyed while process")))
         systemHandler(type, context, text);
 }
 

@@ -172,12 +172,14 @@ void calculateOnFile(const Console &console, const VolumeOptions &options)
 /// On a data set of the project; the areas are kept with it, those of earlier runs too.
 void calculateOnDataSet(const Console &console, const VolumeOptions &options)
 {
-    for (const std::string &target : {options.csv, options.picture})
-        refuseSource(argument(target), {argument(options.areas)});
     SourceOptions chosen = options.source;
     chosen.project.isGiven = true; // a name is never a file here
     chosen.content.mesh = options.mesh;
     DataSetSource source(console, chosen);
+    for (const std::string &target : {options.csv, options.picture}) {
+        refuseSource(argument(target), {argument(options.areas)});
+        source.refuseToOverwrite(argument(target));
+    }
     runCalculation(console, options, source, *source.dataSet()->getContent_EarthVolume());
 }
 
