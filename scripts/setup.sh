@@ -8,7 +8,7 @@
 set -euo pipefail
 
 build_packages=(g++ cmake ninja-build ccache pkg-config qtbase5-dev libcli11-dev)
-test_packages=(libgtest-dev libbenchmark-dev libeigen3-dev clang clang-format clang-tidy libclang-rt-14-dev)
+test_packages=(libgtest-dev libbenchmark-dev libeigen3-dev doxygen clang clang-format clang-tidy libclang-rt-14-dev)
 
 packages=()
 [ $# -gt 0 ] || set -- build
