@@ -196,7 +196,8 @@ using SumInPlace = decltype(std::declval<M &>() += std::declval<const M &>());
 
 static_assert(hasAll<pcMatrixf, TimesScalar, ByScalar, Sum, TimesScalarInPlace, ByScalarInPlace, SumInPlace>);
 static_assert(hasNone<pcMatrixd, TimesScalar, ByScalar, Sum, TimesScalarInPlace, ByScalarInPlace, SumInPlace>);
-static_assert(std::is_same_v<TimesScalar<pcMatrixf>, pcMatrixf> && std::is_same_v<ByScalar<pcMatrixf>, pcMatrixf>);
+static_assert(std::is_same_v<TimesScalar<pcMatrixf>, pcMatrixf>);
+static_assert(std::is_same_v<ByScalar<pcMatrixf>, pcMatrixf>);
 static_assert(std::is_same_v<Sum<pcMatrixf>, pcMatrixf> && std::is_same_v<SumInPlace<pcMatrixf>, pcMatrixf &>);
 static_assert(std::is_same_v<TimesScalarInPlace<pcMatrixf>, pcMatrixf &>);
 static_assert(std::is_same_v<ByScalarInPlace<pcMatrixf>, pcMatrixf &>);

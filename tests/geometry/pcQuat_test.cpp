@@ -132,16 +132,17 @@ TEST(pcQuat, TakesItselfAsTheOtherOperand)
     const pcQuatd q(1, 2, 3, 4);
     const pcQuatd twin(q);
     pcQuatd r = q;
-    r *= r;
+    const pcQuatd &same = r;
+    r *= same;
     EXPECT_EQ(r, q * twin);
     r = q;
-    r /= r;
+    r /= same;
     EXPECT_EQ(r, q / twin);
     r = q;
-    r += r;
+    r += same;
     EXPECT_EQ(r, q + twin);
     r = q;
-    r -= r;
+    r -= same;
     EXPECT_EQ(r, pcQuatd(0, 0, 0, 0));
 
     const pcQuatd start(0.3, pcVec3d(1, 2, 3));
