@@ -16,6 +16,7 @@ namespace
 const QLatin1String blockKey("open3d_wrapper_shared_memory");
 constexpr std::size_t messageSize = 1000;
 constexpr char firstMessage[] = "initializing......";
+constexpr int makeAttempts = 5;
 constexpr int startTimeoutMs = 3000;
 constexpr int periodMs = 100;
 
@@ -30,27 +31,39 @@ static_assert(sizeof firstMessage <= messageSize, "with the byte 0 behind it");
 
 } // namespace
 
-ProgressBlock::ProgressBlock() : m_memory(blockKey) {}
+bool ProgressBlock::makeMemory()
+{
+    // Once a block that a crash has left is out of the way, its number may lead to the next one.
+    for (int attempt = 0; attempt < makeAttempts; ++attempt) {
+        // Anew each time: an object that has found a block in its way keeps looking for that one.
+        m_memory = std::make_unique<QSharedMemory>(blockKey);
+        if (m_memory->create(sizeof(BlockImage), QSharedMemory::ReadWrite))
+            return true;
+        if (m_memory->error() != QSharedMemory::AlreadyExists)
+            return false;
+        platform::releaseStaleSharedMemory(blockKey);
+    }
+    return false;
+}
 
 bool ProgressBlock::create()
 {
-    platform::releaseStaleSharedMemory(blockKey);
-    if (!m_memory.create(sizeof(BlockImage), QSharedMemory::ReadWrite))
+    if (!makeMemory())
         return false;
     BlockImage image;
     std::memcpy(image.message.data(), firstMessage, sizeof firstMessage);
     // Without the lock: there is no worker yet.
-    std::memcpy(m_memory.data(), &image, sizeof image);
+    std::memcpy(m_memory->data(), &image, sizeof image);
     return true;
 }
 
 bool ProgressBlock::read(Image &image)
 {
     BlockImage bytes;
-    if (!m_memory.lock())
+    if (!m_memory->lock())
         return false;
-    std::memcpy(&bytes, m_memory.constData(), sizeof bytes);
-    m_memory.unlock();
+    std::memcpy(&bytes, m_memory->constData(), sizeof bytes);
+    m_memory->unlock();
     image.value = bytes.value;
     // A worker may have filled the message to its last byte, or still be in the middle of a character.
     image.text = QString::fromUtf8(bytes.message.data(), static_cast<int>(qstrnlen(bytes.message.data(), messageSize)));

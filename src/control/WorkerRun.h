@@ -4,6 +4,8 @@
 #include <QSharedMemory>
 #include <QString>
 
+#include <memory>
+
 namespace ptCloud
 {
 
@@ -23,15 +25,15 @@ public:
         QString text;
     };
 
-    ProgressBlock();
-
     /// Makes the block, with its first text in it. False where a live process holds one, or the system refuses.
     bool create();
     /// Copies what stands in the block; false, and `image` as it was, when it can't be locked.
     bool read(Image &image);
 
 private:
-    QSharedMemory m_memory;
+    bool makeMemory();
+
+    std::unique_ptr<QSharedMemory> m_memory;
 };
 
 /// One run of the worker program, from its block of shared memory to its end. When the object goes, so does the

@@ -5,6 +5,7 @@
 #include "RunCopy.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace ptCloud
@@ -16,17 +17,59 @@ namespace
 using Indices = std::vector<unsigned int>; ///< ascending, each once
 
 /// The points that move when others in front of them go. Those in front of the first stay where they are.
-std::vector<ElementRun> movedRuns(const Indices &removed, unsigned int count)
+class MovedPoints
 {
-    std::vector<ElementRun> runs;
-    for (std::size_t i = 0; i < removed.size(); ++i) {
-        const unsigned int first = removed[i] + 1;
-        const unsigned int end = i + 1 < removed.size() ? removed[i + 1] : count;
-        if (first < end)
-            runs.push_back({first, end - first});
+public:
+    MovedPoints(const Indices &removed, unsigned int count)
+    {
+        if (removed.empty())
+            return;
+        // Runs whose lengths nobody can guess cost more than their points one by one.
+        constexpr std::size_t shortRun = 32;
+        const std::size_t moved = count - removed.front() - removed.size();
+        if (moved < removed.size() * shortRun)
+            listPoints(removed, count, moved);
+        else
+            listRuns(removed, count);
     }
-    return runs;
-}
+
+    void closeRanks(const ColumnTraits &traits, void *target, const void *elements) const
+    {
+        gatherElements(traits, target, elements, m_indices);
+        moveRuns(traits, target, elements, m_runs);
+    }
+
+private:
+    void listRuns(const Indices &removed, unsigned int count)
+    {
+        for (std::size_t i = 0; i < removed.size(); ++i) {
+            const unsigned int first = removed[i] + 1;
+            const unsigned int end = i + 1 < removed.size() ? removed[i + 1] : count;
+            if (first < end)
+                m_runs.push_back({first, end - first});
+        }
+    }
+
+    void listPoints(const Indices &removed, unsigned int count, std::size_t moved)
+    {
+        const unsigned int begin = removed.front();
+        std::vector<unsigned char> isKept(count - begin, 1);
+        for (const unsigned int index : removed)
+            isKept[index - begin] = 0;
+        // Room for one more, so that each index can be put down before it is known to stay.
+        m_indices.resize(moved + 1);
+        std::size_t listed = 0;
+        for (unsigned int i = begin; i < count; ++i) {
+            m_indices[listed] = i;
+            listed += isKept[i - begin];
+        }
+        m_indices.resize(moved);
+    }
+
+    // One of the two holds the points.
+    std::vector<ElementRun> m_runs;
+    Indices m_indices;
+};
 
 /// Where the corners of triangles go.
 class CornerMap
@@ -79,7 +122,7 @@ void remove(stPtCloud_PointArray &array, const Indices &listed)
 {
     const unsigned int count = array.m_pointCount;
     const Indices removed(listed.begin(), std::lower_bound(listed.begin(), listed.end(), count));
-    const std::vector<ElementRun> runs = movedRuns(removed, count);
+    const MovedPoints moved(removed, count);
     // Without indices nothing is known to have moved.
     const bool isKnown = array.m_pointIndices != nullptr;
     const bool hasTriangles = array.m_triangle != nullptr && array.m_triangleCount != 0;
@@ -87,11 +130,11 @@ void remove(stPtCloud_PointArray &array, const Indices &listed)
 
     for (const ColumnTraits &traits : blockArrays) {
         void *const elements = traits.get(array);
-        if (elements == nullptr || traits.count == ColumnTraits::ByTriangles || runs.empty())
+        if (elements == nullptr || traits.count == ColumnTraits::ByTriangles || removed.empty())
             continue;
         auto *const target =
             static_cast<unsigned char *>(elements) + static_cast<std::size_t>(removed.front()) * traits.elementSize;
-        gatherRuns(traits, target, elements, runs);
+        moved.closeRanks(traits, target, elements);
     }
     array.m_pointCount = isKnown ? count - static_cast<unsigned int>(removed.size()) : 0;
     if (hasTriangles)
@@ -203,7 +246,11 @@ void stPtCloud_PointArray::removeOutterBySphere(const pcBoundingSpheref &sphere)
 
 bool stPtCloud_PointArray::removePointsByIndies(const std::set<unsigned int> &indices)
 {
-    remove(*this, Indices(indices.begin(), indices.end()));
+    // In one walk: it is most of the cost.
+    Indices listed;
+    listed.reserve(indices.size());
+    std::copy(indices.begin(), indices.end(), std::back_inserter(listed));
+    remove(*this, listed);
     return true;
 }
 

@@ -11,6 +11,8 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QSettings>
+#include <QSharedMemory>
+#include <QSystemSemaphore>
 
 #include <functional>
 #include <memory>
@@ -126,6 +128,18 @@ protected:
         AppConfig::getInstance().module_logLib().setSink({});
         AppConfig::getInstance().setHomeDir(QString());
         AppConfig::getInstance().setBinDir(QString());
+        removeBlock();
+    }
+
+    /// Gives back what a process that was killed has left of the block and its lock.
+    static void removeBlock()
+    {
+        const QString key = text("open3d_wrapper_shared_memory");
+        QSharedMemory block(key);
+        if (block.attach())
+            block.detach();
+        // Whoever creates it owns it, and removes it.
+        QSystemSemaphore(key, 1, QSystemSemaphore::Create);
     }
 
     void openProject(const QString &directory)

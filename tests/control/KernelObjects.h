@@ -5,10 +5,15 @@
 #include <QSet>
 #include <QString>
 
+#include <cerrno>
+#include <csignal>
+
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/shm.h>
 #include <sys/types.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 /// What a Linux process holds of the kernel's objects: the things that a run must give back.
 namespace support
@@ -37,6 +42,35 @@ inline int waitersFor(const QSet<int> &semaphores)
     for (const int id : semaphores)
         waiters += qMax(0, ::semctl(id, 0, GETNCNT));
     return waiters;
+}
+
+inline bool isGone(pid_t process)
+{
+    return ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
+/// Removes those of these blocks that this process has made.
+inline void removeOwn(const QSet<int> &blocks)
+{
+    for (const int id : blocks) {
+        shmid_ds info{};
+        if (::shmctl(id, IPC_STAT, &info) == 0 && info.shm_cpid == ::getpid())
+            ::shmctl(id, IPC_RMID, nullptr);
+    }
+}
+
+/// Removes those of these objects that were last in the hands of processes that are gone.
+inline void removeOrphans(const QSet<int> &blocks, const QSet<int> &semaphores)
+{
+    for (const int id : blocks) {
+        shmid_ds info{};
+        if (::shmctl(id, IPC_STAT, &info) == 0 && info.shm_nattch == 0 && isGone(info.shm_cpid))
+            ::shmctl(id, IPC_RMID, nullptr);
+    }
+    for (const int id : semaphores) {
+        if (isGone(::semctl(id, 0, GETPID)))
+            ::semctl(id, 0, IPC_RMID);
+    }
 }
 
 inline int openFiles()
