@@ -25,8 +25,9 @@ inline int component(const pcVec3i &v, int axis)
 /// What all boxes share: a minimum and a maximum corner, stored in this order with nothing else in the object.
 ///
 /// An invalid box (any maximum below its minimum, or a NaN) is an ordinary state, tested with `valid`; the default box
-/// is invalid and turns into a box of one point with the first `expandBy`. `V` is the vector, `S` its scalar.
-template <typename V, typename S>
+/// is invalid and turns into a box of one point with the first `expandBy`. `Box` is the box itself, `V` the vector,
+/// `S` its scalar.
+template <typename Box, typename V, typename S>
 class pcBoxBase
 {
 public:
@@ -48,20 +49,20 @@ public:
             widen(i, detail::component(point, i), detail::component(point, i));
     }
     /// Widens the box to hold another one; an invalid one is ignored.
-    void expandBy(const pcBoxBase &box)
+    void expandBy(const Box &box)
     {
         if (!box.valid())
             return;
         for (int i = 0; i < 3; ++i)
-            widen(i, box.m_min[i], box.m_max[i]);
+            widen(i, sameAs(box).m_min[i], sameAs(box).m_max[i]);
     }
 
     /// Whether the two share a point; touching counts. Validity is not looked at.
-    bool intersects(const pcBoxBase &box) const
+    bool intersects(const Box &box) const
     {
         for (int i = 0; i < 3; ++i) {
-            const S low = m_min[i] > box.m_min[i] ? m_min[i] : box.m_min[i];
-            const S high = m_max[i] < box.m_max[i] ? m_max[i] : box.m_max[i];
+            const S low = m_min[i] > sameAs(box).m_min[i] ? m_min[i] : sameAs(box).m_min[i];
+            const S high = m_max[i] < sameAs(box).m_max[i] ? m_max[i] : sameAs(box).m_max[i];
             if (!(high >= low))
                 return false;
         }
@@ -69,27 +70,27 @@ public:
     }
 
     /// Exact comparison of all six values.
-    bool operator==(const pcBoxBase &box) const
+    bool operator==(const Box &box) const
     {
         for (int i = 0; i < 3; ++i) {
-            if (!(m_min[i] == box.m_min[i] && m_max[i] == box.m_max[i]))
+            if (!(m_min[i] == sameAs(box).m_min[i] && m_max[i] == sameAs(box).m_max[i]))
                 return false;
         }
         return true;
     }
-    bool operator!=(const pcBoxBase &box) const { return !(*this == box); }
+    bool operator!=(const Box &box) const { return !(*this == box); }
 
 protected:
     pcBoxBase(S xmin, S ymin, S zmin, S xmax, S ymax, S zmax) : m_min{xmin, ymin, zmin}, m_max{xmax, ymax, zmax} {}
 
     /// Larger of the minima, smaller of the maxima, with no test of validity.
-    void intersectWith(const pcBoxBase &box)
+    void intersectWith(const Box &box)
     {
         for (int i = 0; i < 3; ++i) {
-            if (box.m_min[i] > m_min[i])
-                m_min[i] = box.m_min[i];
-            if (box.m_max[i] < m_max[i])
-                m_max[i] = box.m_max[i];
+            if (sameAs(box).m_min[i] > m_min[i])
+                m_min[i] = sameAs(box).m_min[i];
+            if (sameAs(box).m_max[i] < m_max[i])
+                m_max[i] = sameAs(box).m_max[i];
         }
     }
 
@@ -97,6 +98,9 @@ protected:
     S m_max[3];
 
 private:
+    /// The corners of another box are within reach through this class only.
+    static const pcBoxBase &sameAs(const Box &box) { return box; }
+
     // Both tests always run: on an invalid box one value has to move both ends.
     void widen(int axis, S low, S high)
     {
@@ -110,9 +114,9 @@ private:
 /// An axis-aligned box of floating-point coordinates, closed on all sides. Use the names `pcBoundingBoxf` (the box of a
 /// block) and `pcBoundingBoxd`.
 template <typename S>
-class pcBoundingBox : public pcBoxBase<pcVec3<S>, S>
+class pcBoundingBox : public pcBoxBase<pcBoundingBox<S>, pcVec3<S>, S>
 {
-    using Base = pcBoxBase<pcVec3<S>, S>;
+    using Base = pcBoxBase<pcBoundingBox<S>, pcVec3<S>, S>;
     using Base::m_max;
     using Base::m_min;
 
@@ -188,7 +192,7 @@ private:
 
 /// An axis-aligned box of integer coordinates, half-open: the minimum faces belong to it, the maximum faces do not.
 /// Sums and squares wrap around in 32 bits.
-class POINTS_CLOUD_EXPORT pcBoundingBoxi : public pcBoxBase<pcVec3i, int>
+class POINTS_CLOUD_EXPORT pcBoundingBoxi : public pcBoxBase<pcBoundingBoxi, pcVec3i, int>
 {
 public:
     /// The invalid box: minimum 2147483647, maximum -2147483647 (not the smallest `int`).

@@ -1,7 +1,7 @@
 # Installs the library into a scratch prefix, builds the host in this directory against it, once with find_package and once
 # with pkg-config, and the examples, and runs them all on a LAS file that ptcloud writes.
 #
-#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DEXAMPLES_DIR=... -DWORK_DIR=... -DPTCLOUD=... -DCXX=... -DFLAGS=... -P run.cmake
+#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DEXAMPLES_DIR=... -DWORK_DIR=... -DPTCLOUD=... -DWORKER=... -DCXX=... -DFLAGS=... -P run.cmake
 
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -30,12 +30,22 @@ endmacro()
 
 build(${SOURCE_DIR} ${WORK_DIR}/host-build)
 expect("points in block 1" ${WORK_DIR}/host-build/host ${WORK_DIR}/survey.las ${WORK_DIR}/survey.blk)
+expect("all [0-9]+ names are there\n$" ${WORK_DIR}/host-build/interface)
 
 set(examples ${WORK_DIR}/examples-build)
 build(${EXAMPLES_DIR} ${examples})
 expect("opened again:\n  quarry: 1000 points" ${examples}/01-first-project ${WORK_DIR}/project ${WORK_DIR}/survey.las)
 expect("after: [1-9]" ${examples}/02-edit-in-memory ${WORK_DIR}/survey.blk ${WORK_DIR}/edited.blk)
 expect("points inside, the highest at" ${examples}/03-blocks-of-a-region ${WORK_DIR}/survey.blk 1000 1000 1005 1005)
+# With a worker that plays a script, beside the program.
+file(COPY ${WORKER} DESTINATION ${examples})
+file(WRITE ${WORK_DIR}/script "value 100\ntext half way\nwait 300\ncopy\nexit 0\n")
+file(WRITE ${WORK_DIR}/slow-script "text without end\nhang\n")
+set(ENV{XDG_DATA_HOME} ${WORK_DIR}/home)
+set(ENV{SCRIPTED_WORKER} ${WORK_DIR}/slow-script)
+expect("without end\ncancelled" ${examples}/04-progress-and-cancel ${WORK_DIR}/project quarry 1)
+set(ENV{SCRIPTED_WORKER} ${WORK_DIR}/script)
+expect("100 of 255  half way\ndone" ${examples}/04-progress-and-cancel ${WORK_DIR}/project quarry 60)
 expect("cells of 0.5 x 0.5, dig" ${examples}/05-volumes ${WORK_DIR}/survey.blk)
 
 file(GLOB_RECURSE pc_file ${WORK_DIR}/prefix/*/points_cloud.pc)
