@@ -120,8 +120,8 @@ struct POINTS_CLOUD_EXPORT stPtCloud_PointArray
     /// @}
 
     /// \name Removing points
-    /// The points that stay keep their order and close ranks in every column; arrays keep their size. Nothing happens
-    /// without a position column.
+    /// The points that stay keep their order and close ranks in every column; arrays keep their size. Boxes and spheres
+    /// remove nothing without a position column.
     ///
     /// **Triangles are bent:** one with a corner among the removed points goes, and in the others a corner in front of
     /// the first removed point becomes point 0, even where nothing was removed. A host that needs its triangles builds
@@ -129,12 +129,12 @@ struct POINTS_CLOUD_EXPORT stPtCloud_PointArray
     /// with it: `std::free` it and set it to null.
     /// @{
 
-    /// The surface of the box counts as inside; so does a point without a finite position. An invalid box has no
+    /// The surface of the box counts as inside; so does a coordinate that is not a number. An invalid box has no
     /// inside.
     void removeInnerByBox(const pcBoundingBoxf &box);
     void removeOutterByBox(const pcBoundingBoxf &box);
-    /// By the squared distance in `float`; the surface counts as inside, and so does a point without a finite position.
-    /// A sphere of negative radius has no inside.
+    /// By the squared distance in `float`; the surface counts as inside, and so does a point with a coordinate that
+    /// is not a number. A sphere of negative radius has no inside.
     void removeInnerBySphere(const pcBoundingSpheref &sphere);
     void removeOutterBySphere(const pcBoundingSpheref &sphere);
     /// Always true. An index that is no point's removes none, though triangles that name it go. Without

@@ -2,6 +2,7 @@
 
 #include "PtCloud_DataSetFile.h"
 
+#include <algorithm>
 #include <set>
 
 namespace ptCloud
@@ -52,6 +53,13 @@ PtCloud_DataSetMemory &PtCloud_DataSetMemory::operator=(const PtCloud_DataSetMem
     m_sortType = other.m_sortType;
     m_columns = other.m_columns;
     m_blocks = other.m_blocks;
+    // What the new map shows as well was not replaced.
+    std::set<const stPtCloud_PointArray *> shown;
+    for (const auto &block : qAsConst(m_blocks))
+        shown.insert(std::get<1>(block));
+    m_parked.erase(std::remove_if(m_parked.begin(), m_parked.end(),
+                                  [&shown](const stPtCloud_PointArray *array) { return shown.count(array) != 0; }),
+                   m_parked.end());
     return *this;
 }
 

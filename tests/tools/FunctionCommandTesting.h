@@ -162,12 +162,13 @@ protected:
     QMap<QString, QString> settings() const
     {
         QMap<QString, QString> told;
-        QSettings file(ofHost("home/ptcloud/o3d_config.ini"), QSettings::IniFormat);
+        QSettings file(settingsFile(), QSettings::IniFormat);
         const QStringList keys = file.allKeys();
         for (const QString &key : keys)
             told[key] = file.value(key).toString();
         return told;
     }
+    QString settingsFile() const { return ofHost("home/ptcloud/o3d_config.ini"); }
     static QString key(const char *name) { return QStringLiteral("section/") + QLatin1String(name); }
 
     /// Expects that a run for JSON fails with one line, that names the result, and the same as JSON.

@@ -314,6 +314,16 @@ TEST_P(FailedFunctions, AreCancelledByCtrlC)
     expectNothingLeft();
 }
 
+TEST_P(FailedFunctions, AreCancelledByCtrlCWhileTheWorkerIsAboutToStart)
+{
+    script("write half of it; hang");
+    const auto host = startCommand();
+    ASSERT_TRUE(host->makes(settingsFile())) << host->errors().constData();
+    ASSERT_EQ(::kill(static_cast<pid_t>(host->processId()), SIGINT), 0);
+    expectFailure(*host, "ActResult_Cancelled", "cancelled");
+    expectNothingLeft();
+}
+
 TEST_P(FailedFunctions, AreCancelledByCtrlCThatTheWorkerGetsAsWell)
 {
     script("write half of it; touch running; hang");
