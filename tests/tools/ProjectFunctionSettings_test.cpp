@@ -235,6 +235,8 @@ TEST_F(FunctionOptions, OfWholeNumbersTakeNoneThatDoesNotFit)
 {
     expectNoRun("split site new --method kmeans --clusters 3000000000", "", "--clusters");
     expectNoRun("mesh site new --method poisson --depth 99999999999", "", "--depth");
+    // The worker takes it without a sign.
+    expectNoRun("mesh site new --method poisson --depth -1", "", "--depth");
 }
 
 TEST_F(FunctionOptions, OfAnotherCommandAreWrongUsage)

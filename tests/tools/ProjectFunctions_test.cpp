@@ -246,6 +246,20 @@ TEST_F(FunctionResults, TakeNoNameThatIsNotPlain)
     expectNoRun("sample site --as .ptcloud", "", ".ptcloud");
 }
 
+TEST_F(FunctionResults, TakeNoEmptyName)
+{
+    for (const char *line : {"mesh site @ --method alpha", "split site @ --method dbscan", "sample site --as @"}) {
+        SCOPED_TRACE(line);
+        const DiskState before = onDisk();
+        script("copy");
+        QStringList arguments = words(line);
+        arguments[arguments.indexOf(QStringLiteral("@"))] = QString();
+        EXPECT_GT(start(arguments)->finish(), 0);
+        EXPECT_TRUE(settings().isEmpty());
+        EXPECT_TRUE(sameDisk(onDisk(), before));
+    }
+}
+
 TEST_F(FunctionResults, NeedADataSetOfTheProject)
 {
     expectNoRun("mesh nosuch new --method alpha", "ActResult_NotFound", "nosuch");

@@ -8,8 +8,10 @@
 #include "WorkerProgress.h"
 
 #include "PtCloudDataSet.h"
+#include "PtCloud_ContourFile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <functional>
@@ -38,40 +40,90 @@ const Method &findMethod(const std::vector<Method> &methods, const std::string &
     return *std::find_if(methods.begin(), methods.end(), [&name](const Method &method) { return name == method.name; });
 }
 
-/// Runs a function on a data set, and leaves nothing behind in its directory after a failure.
+bool isSoundDataSet(const QString &path)
+{
+    PtCloud_DataSetFile file;
+    return file.setFile(path) && file.openFile() && !file.getBlockInfos().isEmpty();
+}
+
+bool isSoundPicture(const QString &path)
+{
+    return !QImage(path).isNull();
+}
+
+bool isSoundContour(const QString &path)
+{
+    PtCloud_ContourFile file;
+    file.setFile(path);
+    return file.openFile();
+}
+
+/// A file that a function is to make, and how to know a sound one.
+struct Target
+{
+    QString path;
+    bool (*isSound)(const QString &path);
+};
+
+/// Runs a function on a data set. After a failure its directory is as it was: what stood in the place of a target is
+/// set aside for the time of the run.
 class FunctionRun
 {
 public:
-    FunctionRun(PtCloud_Controller &controller, PtCloudDataSet &dataSet)
-        : m_controller(controller), m_dataSet(dataSet),
+    FunctionRun(PtCloud_Controller &controller, PtCloudDataSet &dataSet, std::vector<Target> targets)
+        : m_controller(controller), m_dataSet(dataSet), m_targets(std::move(targets)),
           m_directory(QFileInfo(dataSet.getFilePath_Points()).absoluteDir()), m_before(files())
     {}
 
-    void run(EPtCloud_Function function, const QVariantList &parameters, const QString &destination)
+    void run(EPtCloud_Function function, const QVariantList &parameters)
     {
+        for (const Target &target : m_targets)
+            QFile::rename(target.path, asideOf(target));
         WorkerProgress progress(m_dataSet.getName());
         // The three commands of the library do the same for every function.
-        const stControlParam_DataSet_Do_Mesh wanted{nameOf(), destination, function, parameters};
+        const stControlParam_DataSet_Do_Mesh wanted{nameOf(), m_targets.front().path, function, parameters};
         EEPtCloudActResult result = m_controller.doCmd_DataSet_Do_Mesh(wanted, &progress);
         // A terminal sends Ctrl-C to the worker as well, which may so end before it is killed.
         if (result == ActResult_WorkerCrashed && progress.isCancelRequested())
             result = ActResult_Cancelled;
-        if (result == ActResult_Success)
+        const QString broken = result == ActResult_Success ? brokenTarget() : QString();
+        if (result == ActResult_Success && broken.isEmpty()) {
+            for (const Target &target : m_targets)
+                QFile::remove(asideOf(target));
             return;
-        removeLeftovers();
+        }
+        putBack();
+        if (!broken.isEmpty())
+            throw CommandError(QStringLiteral("the worker says that it is done, and %1 is no sound result; what was "
+                                              "there before is back")
+                                   .arg(quoted(broken)),
+                               QStringLiteral("ActResult_WorkerFailed"));
         const QString why = result == ActResult_WorkerFailed ? QStringLiteral(": ") + progress.lastText() : QString();
         ProjectSession::check(result, QStringLiteral("data set %1%2").arg(quoted(nameOf()), why));
     }
 
 private:
+    static QString asideOf(const Target &target) { return target.path + QStringLiteral(".before"); }
     QString nameOf() const
     {
         const auto dataSets = m_controller.getDataSets();
         return dataSets.key(&m_dataSet);
     }
-    QStringList files() const { return m_directory.entryList(QDir::Files | QDir::Hidden); }
-    void removeLeftovers()
+    QString brokenTarget() const
     {
+        for (const Target &target : m_targets) {
+            if (!target.isSound(target.path))
+                return target.path;
+        }
+        return {};
+    }
+    QStringList files() const { return m_directory.entryList(QDir::Files | QDir::Hidden); }
+    void putBack()
+    {
+        for (const Target &target : m_targets) {
+            QFile::remove(target.path);
+            QFile::rename(asideOf(target), target.path);
+        }
         m_directory.refresh();
         for (const QString &file : files()) {
             if (!m_before.contains(file))
@@ -81,6 +133,7 @@ private:
 
     PtCloud_Controller &m_controller;
     PtCloudDataSet &m_dataSet;
+    std::vector<Target> m_targets;
     QDir m_directory;
     QStringList m_before;
 };
@@ -118,7 +171,8 @@ void makeContent(const Console &console, const FunctionRequest &request, const P
         throw CommandError(QStringLiteral("data set %1 can't take a %2: the name is taken or is no plain one")
                                .arg(quoted(argument(request.name)), quoted(result)),
                            QStringLiteral("ActResult_NameExists"));
-    FunctionRun(session.controller(), dataSet).run(method.function, parameters, target->getFilepath());
+    FunctionRun(session.controller(), dataSet, {{target->getFilepath(), isSoundDataSet}})
+        .run(method.function, parameters);
     PtCloud_DataSetFile *const file = target.release();
     (dataSet.*products.add)(result, file);
     tellContent(console, result, *file);
@@ -142,7 +196,7 @@ void samplePoints(const Console &console, const FunctionRequest &request)
     PtCloudDataSet &dataSet = session.dataSet(name);
     const QString target = dataSet.createEmptyLocatedContent_Points();
     try {
-        FunctionRun(session.controller(), dataSet).run(method.function, parameters, target);
+        FunctionRun(session.controller(), dataSet, {{target, isSoundDataSet}}).run(method.function, parameters);
     } catch (const CommandError &) {
         if (!request.result.empty() && session.controller().doCmd_DataSet_Remove({name}) == ActResult_Success)
             session.save();
@@ -160,13 +214,17 @@ struct TerrainProduct
     const char *name;
     QString (PtCloudDataSet::*path)() const;
     void (PtCloudDataSet::*attach)();
+    bool (*isSound)(const QString &path);
 };
 
 constexpr TerrainProduct terrainProducts[] = {
-    {"mesh", &PtCloudDataSet::createEmptyLocatedContent_Dem_Mesh, &PtCloudDataSet::setContent_Dem_Mesh},
-    {"height-map", &PtCloudDataSet::createEmptyLocatedContent_Dem_HeightMap, &PtCloudDataSet::setContent_Dem_HeightMap},
-    {"contours", &PtCloudDataSet::createEmptyLocatedContent_Dem_Contour, &PtCloudDataSet::setContent_Dem_Contour},
-    {"classes", &PtCloudDataSet::createEmptyLocatedContent_Dem_Classify, &PtCloudDataSet::setContent_Dem_Classify},
+    {"mesh", &PtCloudDataSet::createEmptyLocatedContent_Dem_Mesh, &PtCloudDataSet::setContent_Dem_Mesh, isSoundDataSet},
+    {"height-map", &PtCloudDataSet::createEmptyLocatedContent_Dem_HeightMap, &PtCloudDataSet::setContent_Dem_HeightMap,
+     isSoundPicture},
+    {"contours", &PtCloudDataSet::createEmptyLocatedContent_Dem_Contour, &PtCloudDataSet::setContent_Dem_Contour,
+     isSoundContour},
+    {"classes", &PtCloudDataSet::createEmptyLocatedContent_Dem_Classify, &PtCloudDataSet::setContent_Dem_Classify,
+     isSoundDataSet},
 };
 
 void makeTerrain(const Console &console, const FunctionRequest &request)
@@ -178,14 +236,14 @@ void makeTerrain(const Console &console, const FunctionRequest &request)
                || std::find(request.products.begin(), request.products.end(), product.name) != request.products.end();
     };
     QStringList paths;
-    QString destination;
+    std::vector<Target> targets;
     for (const TerrainProduct &product : terrainProducts) {
         paths << (isWanted(product) ? (dataSet.*product.path)() : QString());
-        if (destination.isEmpty())
-            destination = paths.last();
+        if (isWanted(product))
+            targets.push_back({paths.last(), product.isSound});
     }
     const QVariantList parameters{paths[0], paths[1], request.pixels, paths[2], request.contours, paths[3]};
-    FunctionRun(session.controller(), dataSet).run(Function_dem, parameters, destination);
+    FunctionRun(session.controller(), dataSet, targets).run(Function_dem, parameters);
     for (const TerrainProduct &product : terrainProducts) {
         if (isWanted(product))
             (dataSet.*product.attach)();
@@ -288,7 +346,8 @@ void addFunctionCommands(CLI::App &app, Console &console)
                                    "Thin the points of a data set evenly. The sample TAKES THE PLACE of the points, "
                                    "unless --as names a new data set for it",
                                    request, samplePoints);
-    command->add_option("--as", request->result, "Keep the points, and put the sample into a copy of this name");
+    command->add_option("--as", request->result, "Keep the points, and put the sample into a copy of this name")
+        ->check([](const std::string &name) { return name.empty() ? std::string("an empty name") : std::string(); });
     addMethodOptions(*command, sampleMethods(), request->given);
 
     request = std::make_shared<FunctionRequest>();

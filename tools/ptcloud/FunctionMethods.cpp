@@ -24,18 +24,18 @@ QVariant valueOf(const Option &option, const std::string &text)
     bool isSound = false;
     if (option.kind == Option::Integer) {
         const int value = argument(text).toInt(&isSound);
-        if (isSound)
+        if (isSound && value >= 0)
             return value;
     } else {
         const double value = argument(text).toDouble(&isSound);
         if (isSound && std::isfinite(value))
             return value;
     }
-    throw CommandError(
-        QStringLiteral("%1 takes %2, and not %3")
-            .arg(QLatin1String(option.name),
-                 option.kind == Option::Integer ? QStringLiteral("a whole number") : QStringLiteral("a number"),
-                 quoted(argument(text))));
+    throw CommandError(QStringLiteral("%1 takes %2, and not %3")
+                           .arg(QLatin1String(option.name),
+                                option.kind == Option::Integer ? QStringLiteral("a whole number from 0 up")
+                                                               : QStringLiteral("a number"),
+                                quoted(argument(text))));
 }
 
 QVariant standardOf(const Option &option)
@@ -135,7 +135,8 @@ const std::vector<Method> &sampleMethods()
          {{"--percent", Option::Number, 10.0, "Share of the points that stays, above 0, 100 at most"},
           {"--init-factor", Option::Number, 5.0, "Samples drawn for each that stays, above 1; over a mesh only"},
           {"--mesh-alpha", Option::Number, 0.0,
-           "Draw from an alpha shape of this radius, with new points and positions alone; 0: choose among the points, "
+           "Draw from an alpha shape of this radius in position units, with new points and positions alone; 0: choose "
+           "among the points, "
            "which keep all their columns"}}},
     };
     return methods;
