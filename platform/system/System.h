@@ -36,6 +36,14 @@ bool isPlainName(const QString &name);
 /// Whether both paths lead to one file that is there, over whatever links, hard ones too.
 bool isSameFile(const QString &a, const QString &b);
 
+/// Gives the file `from` the name `to`, in one step and in the place of a file that has the name already. Both lie in
+/// one directory. False, with both as before, where that can't be.
+bool replaceFile(const QString &from, const QString &to);
+
+/// Bytes of memory that this process can still take without driving others out of memory, within the limits that were
+/// set for it; the largest number where the system doesn't tell.
+quint64 availableMemory();
+
 /// Milliseconds of a steady clock, in 32 bits that wrap around after 49.7 days.
 quint32 tickCount();
 

@@ -5,12 +5,16 @@
 #include <QSharedMemory>
 #include <QThread>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <limits>
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -79,6 +83,20 @@ std::vector<pid_t> findWorkers()
     return workers;
 }
 
+/// The number behind `name` in a file of lines such as "name 123 kB", in bytes; 0 where there is none.
+quint64 kilobytesIn(const char *path, const QByteArray &name)
+{
+    QFile file(QString::fromLatin1(path));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith(name))
+            return line.mid(name.size()).simplified().split(' ').first().toULongLong() * 1024;
+    }
+    return 0;
+}
+
 } // namespace
 
 QString workerFileName()
@@ -138,6 +156,24 @@ bool isSameFile(const QString &a, const QString &b)
     return ::stat(QFile::encodeName(a).constData(), &first) == 0
            && ::stat(QFile::encodeName(b).constData(), &second) == 0 && first.st_dev == second.st_dev
            && first.st_ino == second.st_ino;
+}
+
+bool replaceFile(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+quint64 availableMemory()
+{
+    quint64 available = kilobytesIn("/proc/meminfo", "MemAvailable:");
+    if (available == 0)
+        available = std::numeric_limits<quint64>::max();
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
+        const quint64 used = kilobytesIn("/proc/self/status", "VmSize:");
+        available = std::min<quint64>(available, limit.rlim_cur > used ? limit.rlim_cur - used : 0);
+    }
+    return available;
 }
 
 quint32 tickCount()

@@ -6,8 +6,10 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
+#define NOMINMAX
 #include <windows.h>
 
 namespace ptCloud::platform
@@ -75,6 +77,21 @@ bool isSameFile(const QString &a, const QString &b)
     BY_HANDLE_FILE_INFORMATION second = {};
     return identify(a, first) && identify(b, second) && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber
            && first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
+}
+
+bool replaceFile(const QString &from, const QString &to)
+{
+    const auto name = [](const QString &path) { return QDir::toNativeSeparators(path).toStdWString(); };
+    return MoveFileExW(name(from).c_str(), name(to).c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+quint64 availableMemory()
+{
+    MEMORYSTATUSEX status = {};
+    status.dwLength = sizeof status;
+    if (GlobalMemoryStatusEx(&status) == 0)
+        return std::numeric_limits<quint64>::max();
+    return std::min<quint64>(status.ullAvailPhys, status.ullAvailVirtual);
 }
 
 quint32 tickCount()

@@ -330,6 +330,53 @@ TEST_F(ReserveFileSpace, FailsOnAFullFileSystemAndKeepsTheSize)
 }
 #endif
 
+TEST(ReplaceFile, PutsAFileInThePlaceOfAnother)
+{
+    const QTemporaryDir directory;
+    const QString from = directory.filePath(QString::fromUtf8("from \xc3\xa4"));
+    const QString to = directory.filePath(QStringLiteral("to"));
+    const auto write = [](const QString &path, const QByteArray &bytes) {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    };
+    const auto read = [](const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+    };
+    EXPECT_FALSE(platform::replaceFile(from, to));
+    for (const char *text : {"first", "second"}) {
+        ASSERT_TRUE(write(from, text));
+        EXPECT_TRUE(platform::replaceFile(from, to));
+        EXPECT_EQ(read(to), text);
+        EXPECT_FALSE(QFile::exists(from));
+    }
+    ASSERT_TRUE(write(from, "third"));
+    EXPECT_FALSE(platform::replaceFile(from, directory.filePath(QStringLiteral("no/to"))));
+    EXPECT_FALSE(platform::replaceFile(from, directory.path()));
+    EXPECT_EQ(read(from), "third");
+    EXPECT_EQ(read(to), "second");
+}
+
+TEST(AvailableMemory, IsWhatAMachineMayHave)
+{
+    const quint64 available = platform::availableMemory();
+    EXPECT_GT(available, quint64{1} << 20U);
+#ifdef Q_OS_LINUX
+    EXPECT_LE(available, static_cast<quint64>(sysconf(_SC_PHYS_PAGES)) * static_cast<quint64>(sysconf(_SC_PAGESIZE)));
+#endif
+}
+
+#ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST(AvailableMemory, KeepsToTheLimitOfTheProcess)
+{
+    constexpr rlim_t spare = 50U << 20U;
+    const support::AddressSpaceLimit limit(spare);
+    ASSERT_TRUE(limit.holds());
+    EXPECT_LE(platform::availableMemory(), spare);
+    EXPECT_GT(platform::availableMemory(), spare / 2);
+}
+#endif
+
 TEST(TickCount, NeverGoesBack)
 {
     quint32 last = platform::tickCount();
