@@ -1,0 +1,262 @@
+#include "SampleElimination.h"
+
+#include "MemoryGuard.h"
+#include "Parallel.h"
+#include "PointTree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+using namespace ptCloud;
+
+namespace
+{
+
+constexpr double pi = 3.14159265358979323846;
+constexpr std::uint64_t bytesOfPoint = 100;
+constexpr std::size_t batchSize = 4096;
+
+using Indices = std::vector<std::uint32_t>;
+
+Points pick(const Points &points, const Indices &indices)
+{
+    Points picked;
+    picked.reserve(indices.size());
+    for (const std::uint32_t i : indices)
+        picked.push_back(points[i]);
+    return picked;
+}
+
+/// The area of the surface that the points lie on: each stands for the area of a disk that holds so many neighbours,
+/// less where it lies far from everything.
+double surfaceOf(const PointTree &tree)
+{
+    constexpr std::size_t neighbours = 8;
+    constexpr std::size_t sampleSize = 100000;
+    constexpr double mostOfMedian = 25;
+    const Points &points = tree.points();
+    const std::size_t step = std::max<std::size_t>(1, points.size() / sampleSize);
+    std::vector<double> squares((points.size() + step - 1) / step);
+    parallelFor((squares.size() + batchSize - 1) / batchSize, [&](std::size_t batch) {
+        std::vector<PointTree::Neighbour> found;
+        const std::size_t end = std::min(squares.size(), (batch + 1) * batchSize);
+        for (std::size_t i = batch * batchSize; i < end; ++i) {
+            tree.nearest(points[i * step], neighbours + 1, found);
+            squares[i] = static_cast<double>(found.back().second);
+        }
+    });
+    std::vector<double> sorted = squares;
+    const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::nth_element(sorted.begin(), middle, sorted.end());
+    const double most = *middle > 0 ? *middle * mostOfMedian : *std::max_element(sorted.begin(), sorted.end());
+    const double sum = std::accumulate(squares.begin(), squares.end(), 0.0,
+                                       [most](double total, double square) { return total + std::min(square, most); });
+    return sum * static_cast<double>(step) * pi / static_cast<double>(neighbours);
+}
+
+/// Scatters the bits of a number, so that what is chosen by it looks random.
+std::uint32_t scatter(std::uint32_t x)
+{
+    x = (x ^ (x >> 16U)) * 0x7FEB352DU;
+    x = (x ^ (x >> 15U)) * 0x846CA68BU;
+    return x ^ (x >> 16U);
+}
+
+/// One point for each cell of a grid that holds some.
+Indices onePerCell(const Points &points, double edge)
+{
+    struct Entry
+    {
+        std::uint64_t cell;
+        std::uint32_t index;
+    };
+    const auto cellOf = [edge](const pcVec3f &p) {
+        // 21 bits an axis. Where a survey has more cells they meet again, which costs points and harms nothing.
+        const auto along = [edge](float c) {
+            return static_cast<std::uint64_t>(static_cast<std::int64_t>(std::floor(static_cast<double>(c) / edge)))
+                   & 0x1FFFFFU;
+        };
+        return along(p.x()) << 42U | along(p.y()) << 21U | along(p.z());
+    };
+    std::vector<Entry> entries(points.size());
+    for (std::uint32_t i = 0; i < points.size(); ++i)
+        entries[i] = {cellOf(points[i]), i};
+    std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {
+        return a.cell != b.cell ? a.cell < b.cell : scatter(a.index) < scatter(b.index);
+    });
+    Indices chosen;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (i == 0 || entries[i].cell != entries[i - 1].cell)
+            chosen.push_back(entries[i].index);
+    }
+    std::sort(chosen.begin(), chosen.end());
+    return chosen;
+}
+
+/// The points that are worth a look: all, or one a cell where they lie far denser than those that will stay.
+Indices candidates(const Points &points, std::size_t count, double radius)
+{
+    constexpr std::size_t enough = 5;
+    constexpr std::size_t many = 8;
+    constexpr double edgeOfRadius = 0.7;
+    constexpr double finer = 0.6;
+    if (points.size() / many > count && radius > 0) {
+        constexpr int attempts = 6;
+        double edge = radius * edgeOfRadius;
+        for (int attempt = 0; attempt < attempts; ++attempt, edge *= finer) {
+            Indices chosen = onePerCell(points, edge);
+            if (chosen.size() / enough >= count)
+                return chosen;
+        }
+    }
+    Indices all(points.size());
+    std::iota(all.begin(), all.end(), 0U);
+    return all;
+}
+
+/// How much a neighbour crowds, by its distance: 1 beside, 0 from twice the radius on.
+class Crowding
+{
+public:
+    /// `share` is the number that stays against all: where nearly all stay, distances below a lower bound count alike.
+    Crowding(double radius, double share) : m_reach(radius * 2), m_least(m_reach * (1 - std::pow(share, 1.5)) * 0.65) {}
+
+    double reach() const { return m_reach; }
+    double operator()(double square) const
+    {
+        const double near = 1 - std::max(std::sqrt(square), m_least) / m_reach;
+        const double squared = near * near;
+        const double fourth = squared * squared;
+        return near > 0 ? fourth * fourth : 0;
+    }
+
+private:
+    double m_reach;
+    double m_least;
+};
+
+/// Points by how crowded they are: the one on top most, of two alike the one of larger index.
+class CrowdedFirst
+{
+public:
+    explicit CrowdedFirst(const std::vector<double> &weights)
+        : m_weights(weights), m_heap(weights.size()), m_place(weights.size())
+    {
+        std::iota(m_heap.begin(), m_heap.end(), 0U);
+        std::sort(m_heap.begin(), m_heap.end(), [this](std::uint32_t a, std::uint32_t b) { return isBefore(a, b); });
+        for (std::uint32_t i = 0; i < m_heap.size(); ++i)
+            m_place[m_heap[i]] = i;
+    }
+
+    std::size_t size() const { return m_heap.size(); }
+    bool holds(std::uint32_t point) const { return m_place[point] != gone; }
+    const Indices &points() const { return m_heap; }
+
+    std::uint32_t takeTop()
+    {
+        const std::uint32_t top = m_heap.front();
+        m_place[top] = gone;
+        const std::uint32_t last = m_heap.back();
+        m_heap.pop_back();
+        if (!m_heap.empty()) {
+            put(last, 0);
+            sink(last);
+        }
+        return top;
+    }
+
+    void lighten(std::uint32_t point, double weight)
+    {
+        m_weights[point] -= weight;
+        sink(point);
+    }
+
+private:
+    static constexpr std::uint32_t gone = ~0U;
+
+    bool isBefore(std::uint32_t a, std::uint32_t b) const
+    {
+        return m_weights[a] != m_weights[b] ? m_weights[a] > m_weights[b] : a > b;
+    }
+    void put(std::uint32_t point, std::uint32_t place)
+    {
+        m_heap[place] = point;
+        m_place[point] = place;
+    }
+    void sink(std::uint32_t point)
+    {
+        const std::size_t count = m_heap.size();
+        std::uint32_t place = m_place[point];
+        for (std::size_t child = 2 * std::size_t{place} + 1; child < count; child = 2 * std::size_t{place} + 1) {
+            if (child + 1 < count && isBefore(m_heap[child + 1], m_heap[child]))
+                ++child;
+            if (!isBefore(m_heap[child], point))
+                break;
+            put(m_heap[child], place);
+            place = static_cast<std::uint32_t>(child);
+        }
+        put(point, place);
+    }
+
+    std::vector<double> m_weights;
+    Indices m_heap;
+    Indices m_place;
+};
+
+std::vector<double> weigh(const PointTree &tree, const Crowding &crowding)
+{
+    const Points &points = tree.points();
+    std::vector<double> weights(points.size());
+    parallelFor((points.size() + batchSize - 1) / batchSize, [&](std::size_t batch) {
+        std::vector<PointTree::Neighbour> found;
+        const std::size_t end = std::min(points.size(), (batch + 1) * batchSize);
+        for (std::size_t i = batch * batchSize; i < end; ++i) {
+            tree.within(points[i], static_cast<float>(crowding.reach()), found);
+            for (const PointTree::Neighbour &n : found)
+                weights[i] += n.first == i ? 0 : crowding(static_cast<double>(n.second));
+        }
+    });
+    return weights;
+}
+
+} // namespace
+
+Indices eliminateSamples(const Points &points, std::size_t count, Progress &progress)
+{
+    const QString name = QStringLiteral("looking at the points' spacing");
+    requireMemory(points.size() * bytesOfPoint, name);
+    progress.stage(name, 0, 0.3);
+    if (count >= points.size())
+        return candidates(points, points.size(), 0);
+    if (count == 0)
+        return {};
+    const double surface = surfaceOf(PointTree(points));
+    // The radius of the densest packing of so many disks.
+    const double radius = std::sqrt(surface / (2 * std::sqrt(3.0) * static_cast<double>(count)));
+    const Indices chosen = candidates(points, count, radius);
+    const Points places = pick(points, chosen);
+    const PointTree tree(places);
+    const Crowding crowding(radius, static_cast<double>(count) / static_cast<double>(places.size()));
+    progress.stage(QStringLiteral("weighing neighbours"), 0.3, 0.5);
+    CrowdedFirst crowded(weigh(tree, crowding));
+
+    progress.stage(QStringLiteral("thinning"), 0.5, 1);
+    const auto surplus = static_cast<double>(places.size() - count);
+    std::vector<PointTree::Neighbour> found;
+    while (crowded.size() > count) {
+        const std::uint32_t top = crowded.takeTop();
+        tree.within(places[top], static_cast<float>(crowding.reach()), found);
+        for (const PointTree::Neighbour &n : found) {
+            if (crowded.holds(n.first))
+                crowded.lighten(n.first, crowding(static_cast<double>(n.second)));
+        }
+        progress.show(1 - static_cast<double>(crowded.size() - count) / surplus);
+    }
+    Indices kept;
+    kept.reserve(count);
+    for (const std::uint32_t i : crowded.points())
+        kept.push_back(chosen[i]);
+    std::sort(kept.begin(), kept.end());
+    return kept;
+}
