@@ -4,10 +4,12 @@
 #   scripts/setup.sh [GROUP...]
 #
 #   build   what building the library and its command-line host takes (the default)
-#   test    what the tests, the benchmarks and the checks of the code take besides
+#   worker  what building the worker program takes
+#   test    all of that, and what the tests, the benchmarks and the checks of the code take
 set -euo pipefail
 
 build_packages=(g++ cmake ninja-build ccache pkg-config qtbase5-dev libcli11-dev)
+worker_packages=(libopen3d-dev libnanoflann-dev libeigen3-dev libboost-dev)
 test_packages=(libgtest-dev libbenchmark-dev libeigen3-dev doxygen clang clang-format clang-tidy libclang-rt-14-dev)
 
 packages=()
@@ -15,8 +17,9 @@ packages=()
 for group in "$@"; do
     case $group in
         build) packages+=("${build_packages[@]}") ;;
-        test) packages+=("${build_packages[@]}" "${test_packages[@]}") ;;
-        *) sed -n '2,7p' "$0" >&2; exit 2 ;;
+        worker) packages+=("${worker_packages[@]}") ;;
+        test) packages+=("${build_packages[@]}" "${worker_packages[@]}" "${test_packages[@]}") ;;
+        *) sed -n '2,8p' "$0" >&2; exit 2 ;;
     esac
 done
 
