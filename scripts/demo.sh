@@ -10,7 +10,7 @@ mkdir -p "$out"
 out=$(cd "$out" && pwd)
 cd "$root"
 
-scripts/setup.sh build
+scripts/setup.sh build worker
 cmake --preset release -DPOINTS_CLOUD_BUILD_TESTS=OFF -DPOINTS_CLOUD_BUILD_BENCH=OFF -B build/demo-build
 cmake --build build/demo-build
 ptcloud=$root/build/demo-build/bin/ptcloud
