@@ -102,8 +102,8 @@ protected:
         EXPECT_EQ(support::openFiles(), before.files);
         EXPECT_EQ(support::threads(), before.threads);
         EXPECT_FALSE(support::hasChildren());
-        EXPECT_EQ(support::sharedObjects("shm") - before.blocks, QSet<int>());
-        EXPECT_EQ(support::sharedObjects("sem") - before.semaphores, QSet<int>());
+        EXPECT_EQ(support::leftObjects("shm", before.blocks), QSet<int>());
+        EXPECT_EQ(support::leftObjects("sem", before.semaphores), QSet<int>());
         EXPECT_EQ(QDir(path("tmp")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot), QStringList());
         EXPECT_EQ(QDir(path("home")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                   QStringList(text("o3d_config.ini")));

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QSet>
 #include <QString>
+#include <QThread>
 
 #include <cerrno>
 #include <csignal>
@@ -33,6 +34,17 @@ inline QSet<int> sharedObjects(const char *kind)
             ids.insert(fields[1].toInt());
     }
     return ids;
+}
+
+/// Those made since `before` that stay: what other programs make at the same time goes after a while.
+inline QSet<int> leftObjects(const char *kind, const QSet<int> &before)
+{
+    QSet<int> left = sharedObjects(kind) - before;
+    for (int i = 0; i < 300 && !left.isEmpty(); ++i) {
+        QThread::msleep(100);
+        left &= sharedObjects(kind);
+    }
+    return left;
 }
 
 /// How many wait for one of these semaphores.
