@@ -7,11 +7,8 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QImage>
 #include <QJsonArray>
 #include <QTemporaryDir>
-
-#include <set>
 
 using support::BlockFile;
 using support::LasPoint;
@@ -278,33 +275,4 @@ TEST_F(BlockFileCommands, DemoLasOverwritesNothingButItsOwn)
     EXPECT_EQ(support::readFile(path("precious.las")), QByteArray("flown at great expense"));
     demo("own.las", "10");
     demo("own.las", "20");
-}
-
-TEST_F(BlockFileCommands, PictureDrawsByEveryColouring)
-{
-    const QString las = demo("a.las", "5000");
-    ASSERT_EQ(PtcloudRun({QStringLiteral("build"), path("out"), las}).exitCode, 0);
-    for (const char *by : {"height", "colour", "classification", "intensity", "block"}) {
-        const PtcloudRun run({QStringLiteral("picture"), path("out"), path("p.png"), QStringLiteral("--by"),
-                              QLatin1String(by), QStringLiteral("--size"), QStringLiteral("64")});
-        ASSERT_EQ(run.exitCode, 0) << run.errors.constData();
-        const QImage image(path("p.png"));
-        EXPECT_EQ(std::max(image.width(), image.height()), 64);
-        std::set<QRgb> colours;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x)
-                colours.insert(image.pixel(x, y));
-        }
-        EXPECT_GT(colours.size(), 2U) << by;
-    }
-}
-
-TEST_F(BlockFileCommands, PictureTellsWhichColumnIsMissing)
-{
-    const QString las = demo("a.las", "100", {QStringLiteral("--format"), QStringLiteral("0")});
-    ASSERT_EQ(PtcloudRun({QStringLiteral("build"), path("out"), las}).exitCode, 0);
-    expectOneErrorLine(PtcloudRun({QStringLiteral("picture"), path("out"), path("p.png"), QStringLiteral("--by"),
-                                   QStringLiteral("colour")}),
-                       "has no column \"colour\"");
-    EXPECT_FALSE(QFile::exists(path("p.png")));
 }

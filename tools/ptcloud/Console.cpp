@@ -19,10 +19,6 @@ void print(std::FILE *stream, const QString &text)
 
 } // namespace
 
-CommandError::CommandError(QString text, QString result)
-    : m_text(std::move(text)), m_result(std::move(result)), m_utf8(m_text.toStdString())
-{}
-
 void Console::line(const QString &text) const
 {
     if (!json)
@@ -74,16 +70,6 @@ void Progress::show(double fraction, const QString &text)
     const int filled = step * width / steps;
     const QString bar = QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('.'));
     print(stderr, QStringLiteral("\r\033[K%1 [%2] %3 %%4").arg(m_title, bar, percent, tail.left(width)));
-}
-
-QString argument(const std::string &text)
-{
-    return QString::fromLocal8Bit(text.data(), static_cast<int>(text.size()));
-}
-
-QString quoted(const QString &path)
-{
-    return QLatin1Char('"') + path + QLatin1Char('"');
 }
 
 QString grouped(qint64 number)

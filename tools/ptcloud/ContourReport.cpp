@@ -1,6 +1,7 @@
 #include "ContourReport.h"
 
 #include "Console.h"
+#include "ContourLines.h"
 #include "MapPicture.h"
 
 #include <QJsonObject>
@@ -72,19 +73,7 @@ QImage drawContours(const PtCloud_ContourFile &contours)
     if (!extent.isDrawable())
         return {};
     MapPicture map(extent, 1200);
-    map.painter().setRenderHint(QPainter::Antialiasing);
-    const QColor colors[] = {QColor(140, 90, 40), QColor(40, 90, 160)};
-    int number = 0;
-    for (const Group *group : groupsOf(contours)) {
-        map.painter().setPen(QPen(colors[number++], 1.2));
-        for (const Lines &lines : *group) {
-            for (const QVector<QPointF> &line : lines) {
-                QPolygonF drawn;
-                for (const QPointF &point : line)
-                    drawn.append(map.place(point.x(), point.y()));
-                map.painter().drawPolyline(drawn);
-            }
-        }
-    }
+    drawContourLines(map.painter(), map.painter().viewport(), contours,
+                     [&map](const QPointF &point) { return map.place(point.x(), point.y()); });
     return map.finish();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ScaleBar.h"
+
 #include <QImage>
 #include <QPainter>
 #include <QPointF>
@@ -36,16 +38,14 @@ public:
     /// Where a position lies on the sheet.
     QPointF place(double x, double y) const;
     /// The length of the scale bar, in position units: 1, 2 or 5 times a power of ten.
-    double scaleBar() const { return m_scaleBar; }
+    double scaleBar() const { return m_scaleBar.length(); }
     /// Adds the scale bar and ends the drawing.
     QImage finish();
 
 private:
-    void drawScaleBar();
-
     Extent m_extent;
     double m_pixelsPerUnit;
-    double m_scaleBar;
+    ScaleBar m_scaleBar;
     QImage m_image;
     QPainter m_painter;
 };
