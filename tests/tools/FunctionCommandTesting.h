@@ -126,6 +126,7 @@ protected:
     void script(const char *commands) const { script(QString::fromUtf8(commands).split(QStringLiteral("; "))); }
     QString besideScript(const char *name) const { return ofHost("script/") + QLatin1String(name); }
     void removeWorker() const { ASSERT_TRUE(QFile::remove(m_worker)); }
+    const QString &worker() const { return m_worker; }
 
     /// Starts the host on the project.
     std::unique_ptr<HostProcess> start(QStringList arguments) const

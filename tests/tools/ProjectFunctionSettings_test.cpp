@@ -194,7 +194,9 @@ TEST_P(FunctionSettings, AreToldByTheHelpWithUnits)
         const QByteArray told = helpOf(host->output(), option.name);
         EXPECT_FALSE(told.isEmpty()) << option.name;
         EXPECT_TRUE(told.contains(option.unit)) << told.constData();
-        EXPECT_TRUE(isFlag(option) || told.contains(QByteArray("[") + option.standard + "]")) << told.constData();
+        // Behind it stand the values of presets, where they differ.
+        const QByteArray standard = QByteArray("[") + (isFlag(option) ? "off" : option.standard);
+        EXPECT_TRUE(told.contains(standard + ']') || told.contains(standard + "; ")) << told.constData();
     }
 }
 
@@ -237,6 +239,36 @@ TEST_F(FunctionOptions, OfWholeNumbersTakeNoneThatDoesNotFit)
     expectNoRun("mesh site new --method poisson --depth 99999999999", "", "--depth");
     // The worker takes it without a sign.
     expectNoRun("mesh site new --method poisson --depth -1", "", "--depth");
+}
+
+TEST_F(FunctionOptions, OutOfRangeAreRefusedBeforeTheRun)
+{
+    expectNoRun("mesh site new --method alpha --alpha 0", "", "--alpha takes a number above 0");
+    expectNoRun("mesh site new --method poisson --depth 15", "", "--depth takes a whole number from 2 to 14");
+    expectNoRun("split site new --method csf --rigidness 4", "", "--rigidness takes a whole number from 1 to 3");
+    expectNoRun("sample site --percent 100.5", "", "--percent takes a number above 0 to 100");
+}
+
+TEST_F(FunctionOptions, ComeFromThePresetUnlessTheyAreGiven)
+{
+    script("copy");
+    EXPECT_EQ(start("mesh site new --method alpha --preset terrain")->finish(), 0);
+    EXPECT_EQ(settings().value(key("fastNormal")), QStringLiteral("true"));
+    EXPECT_EQ(settings().value(key("alpha")), QStringLiteral("2"));
+    EXPECT_EQ(start("mesh site another --method alpha --preset terrain --alpha 3 --fast-normal=false")->finish(), 0);
+    EXPECT_EQ(settings().value(key("fastNormal")), QStringLiteral("false"));
+    EXPECT_EQ(settings().value(key("alpha")), QStringLiteral("3"));
+    EXPECT_EQ(start("split site new --method csf --preset building")->finish(), 0);
+    EXPECT_EQ(settings().value(key("class_threshold")), QStringLiteral("0.2"));
+    EXPECT_EQ(start("sample site --preset object")->finish(), 0);
+    EXPECT_EQ(settings().value(key("targetPercents")), QStringLiteral("50"));
+}
+
+TEST_F(FunctionOptions, HaveNoOtherPresets)
+{
+    expectWrongUsage("mesh site new --method alpha --preset forest");
+    expectWrongUsage("sample site --preset");
+    expectWrongUsage("dem site --preset terrain");
 }
 
 TEST_F(FunctionOptions, OfAnotherCommandAreWrongUsage)

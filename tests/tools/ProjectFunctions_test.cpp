@@ -431,6 +431,20 @@ TEST_F(TerrainFunction, ReplacesEarlierProducts)
     EXPECT_EQ(number(told.value(QStringLiteral("heightMap")).toObject(), "height"), 9);
 }
 
+TEST_F(TerrainFunction, ThatFailsPutsBackWhatStandsBesideTheHeightMap)
+{
+    const QString beside = inProject("site/.dem.height.png.json");
+    make("dem site", terrain());
+    ASSERT_TRUE(writeFile(beside, "{}"));
+    script("touch running; await go; exit 7");
+    const auto host = startForJson("dem site");
+    ASSERT_TRUE(host->makes(besideScript("running"))) << host->errors().constData();
+    EXPECT_TRUE(writeFile(beside, "of the run that fails"));
+    EXPECT_TRUE(writeFile(besideScript("go"), {}));
+    EXPECT_EQ(host->finish(), 1);
+    EXPECT_EQ(readFile(beside), "{}");
+}
+
 TEST_F(TerrainFunction, ThatFailsLeavesNoHalfProduct)
 {
     make("dem site", terrain());

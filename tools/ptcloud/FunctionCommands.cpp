@@ -29,6 +29,7 @@ struct FunctionRequest
     std::string name;
     std::string result; ///< name of the new content, or of the new data set
     std::string method;
+    std::string preset;
     GivenOptions given;
     unsigned int pixels = 1024;
     unsigned int contours = 20;
@@ -38,6 +39,13 @@ struct FunctionRequest
 const Method &findMethod(const std::vector<Method> &methods, const std::string &name)
 {
     return *std::find_if(methods.begin(), methods.end(), [&name](const Method &method) { return name == method.name; });
+}
+
+Preset presetOf(const std::string &name)
+{
+    const auto *const found = std::find_if(std::begin(presetCases), std::end(presetCases),
+                                           [&name](const PresetCase &one) { return name == one.name; });
+    return found == std::end(presetCases) ? Preset::None : found->preset;
 }
 
 bool isSoundDataSet(const QString &path)
@@ -56,6 +64,12 @@ bool isSoundContour(const QString &path)
     PtCloud_ContourFile file;
     file.setFile(path);
     return file.openFile();
+}
+
+/// For what a worker may leave out.
+bool isSoundOrMissing(const QString &)
+{
+    return true;
 }
 
 /// A file that a function is to make, and how to know a sound one.
@@ -98,7 +112,8 @@ public:
                                               "there before is back")
                                    .arg(quoted(broken)),
                                QStringLiteral("ActResult_WorkerFailed"));
-        const QString why = result == ActResult_WorkerFailed ? QStringLiteral(": ") + progress.lastText() : QString();
+        const QString why =
+            result == ActResult_WorkerFailed ? QStringLiteral(": ") + progress.lastText().simplified() : QString();
         ProjectSession::check(result, QStringLiteral("data set %1%2").arg(quoted(nameOf()), why));
     }
 
@@ -162,7 +177,7 @@ constexpr Products splitProducts = {splitMethods, &PtCloudDataSet::createEmptyLo
 void makeContent(const Console &console, const FunctionRequest &request, const Products &products)
 {
     const Method &method = findMethod(products.methods(), request.method);
-    const QVariantList parameters = parametersOf(method, request.given);
+    const QVariantList parameters = parametersOf(method, presetOf(request.preset), request.given);
     ProjectSession session(console, request.project, ProjectSession::Look);
     PtCloudDataSet &dataSet = session.dataSet(argument(request.name));
     const QString result = argument(request.result);
@@ -181,7 +196,7 @@ void makeContent(const Console &console, const FunctionRequest &request, const P
 void samplePoints(const Console &console, const FunctionRequest &request)
 {
     const Method &method = sampleMethods().front();
-    const QVariantList parameters = parametersOf(method, request.given);
+    const QVariantList parameters = parametersOf(method, presetOf(request.preset), request.given);
     ProjectSession session(console, request.project,
                            request.result.empty() ? ProjectSession::Look : ProjectSession::Change);
     QString name = argument(request.name);
@@ -227,6 +242,13 @@ constexpr TerrainProduct terrainProducts[] = {
      isSoundDataSet},
 };
 
+/// Where the worker tells origin, pixel size and heights of a height map.
+QString sideFileOf(const QString &picture)
+{
+    const QFileInfo info(picture);
+    return info.dir().filePath(QStringLiteral(".%1.json").arg(info.fileName()));
+}
+
 void makeTerrain(const Console &console, const FunctionRequest &request)
 {
     ProjectSession session(console, request.project, ProjectSession::Look);
@@ -242,6 +264,8 @@ void makeTerrain(const Console &console, const FunctionRequest &request)
         if (isWanted(product))
             targets.push_back({paths.last(), product.isSound});
     }
+    if (!paths[1].isEmpty())
+        targets.push_back({sideFileOf(paths[1]), isSoundOrMissing});
     const QVariantList parameters{paths[0], paths[1], request.pixels, paths[2], request.contours, paths[3]};
     FunctionRun(session.controller(), dataSet, targets).run(Function_dem, parameters);
     for (const TerrainProduct &product : terrainProducts) {
@@ -266,40 +290,24 @@ CLI::App *addCommand(CLI::App &app, Console &console, const char *name, const ch
     return command;
 }
 
-std::string helpOf(const MethodOption &option)
+/// Values for all options at once; each option tells its own.
+void addPreset(CLI::App &command, std::string &preset)
 {
-    if (option.kind == MethodOption::Flag)
-        return option.help;
-    return std::string(option.help) + " [" + QString::number(option.standard, 'g', 9).toStdString() + "]";
-}
-
-/// The help of an option that several methods may have, each its own.
-std::string helpOf(const std::vector<Method> &methods, const std::string &name)
-{
-    std::vector<std::pair<std::string, std::string>> texts; ///< methods, help
-    for (const Method &method : methods) {
-        for (const MethodOption &option : method.options) {
-            if (name != option.name)
-                continue;
-            if (!texts.empty() && texts.back().second == helpOf(option))
-                texts.back().first += std::string(", ") + method.name;
-            else
-                texts.emplace_back(method.name, helpOf(option));
-        }
+    std::string help = "Values for a usual case; the options tell them, and win where they are given, as in "
+                       "--fast-normal=false:";
+    std::vector<std::string> names;
+    for (const PresetCase &one : presetCases) {
+        help += std::string(names.empty() ? " " : "; ") + one.name + ", " + one.help;
+        names.emplace_back(one.name);
     }
-    std::string help;
-    for (const auto &[names, text] : texts) {
-        help += help.empty() ? "" : "; ";
-        if (methods.size() > 1)
-            help.append(names).append(": ");
-        help += text;
-    }
-    return help;
+    command.add_option("--preset", preset, help)->check(CLI::IsMember(names));
 }
 
 /// All options of all methods; each tells for which it is.
-void addMethodOptions(CLI::App &command, const std::vector<Method> &methods, GivenOptions &given)
+void addMethodOptions(CLI::App &command, const std::vector<Method> &methods, FunctionRequest &request)
 {
+    addPreset(command, request.preset);
+    GivenOptions &given = request.given;
     for (const Method &method : methods) {
         for (const MethodOption &option : method.options) {
             const std::string name = option.name;
@@ -308,7 +316,7 @@ void addMethodOptions(CLI::App &command, const std::vector<Method> &methods, Giv
             const std::string help = helpOf(methods, name);
             if (option.kind == MethodOption::Flag)
                 command.add_flag_function(
-                    name, [&given, name](std::int64_t) { given[name] = "true"; }, help);
+                    name, [&given, name](std::int64_t times) { given[name] = times > 0 ? "true" : "false"; }, help);
             else
                 command.add_option_function<std::string>(
                     name, [&given, name](const std::string &text) { given[name] = text; }, help);
@@ -330,7 +338,7 @@ void addContentCommand(CLI::App &app, Console &console, const char *name, const 
         methodHelp += std::string(names.size() > 1 ? "; " : " ") + method.name + ", " + method.help;
     }
     command->add_option("--method", request->method, methodHelp)->required()->check(CLI::IsMember(names));
-    addMethodOptions(*command, products.methods(), request->given);
+    addMethodOptions(*command, products.methods(), *request);
 }
 
 } // namespace
@@ -348,11 +356,11 @@ void addFunctionCommands(CLI::App &app, Console &console)
                                    request, samplePoints);
     command->add_option("--as", request->result, "Keep the points, and put the sample into a copy of this name")
         ->check([](const std::string &name) { return name.empty() ? std::string("an empty name") : std::string(); });
-    addMethodOptions(*command, sampleMethods(), request->given);
+    addMethodOptions(*command, sampleMethods(), *request);
 
     request = std::make_shared<FunctionRequest>();
     command = addCommand(app, console, "dem", "Make the terrain products of a data set", request, makeTerrain);
-    command->add_option("--pixels", request->pixels, "Longer side of the height map")
+    command->add_option("--pixels", request->pixels, "Longer side of the height map, in pixels")
         ->capture_default_str()
         ->check(CLI::Range(1U, 32768U));
     command->add_option("--contours", request->contours, "Number of height steps between contours")

@@ -101,7 +101,9 @@ QString wordsFor(EEPtCloudActResult result)
     case ActResult_MakeFailed:
         return QStringLiteral("the points could not be built; its directory stays, with what was written");
     case ActResult_WorkerNotStarted:
-        return QStringLiteral("the worker program could not be started; open3d_wrapper belongs beside ptcloud");
+        return QStringLiteral(
+            "the worker program could not be started: open3d_wrapper belongs beside ptcloud; where it "
+            "is missing, run scripts/setup.sh worker, then build and install once more");
     case ActResult_WorkerFailed:
         return QStringLiteral("the worker failed");
     case ActResult_WorkerCrashed:
