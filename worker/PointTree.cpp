@@ -12,6 +12,39 @@ namespace
 
 constexpr std::size_t leafSize = 12;
 
+/// The nearest points so far, as nanoflann hands them in. Once all of them lie at the very place it ends the search: of
+/// a crowd there each point would look at all the others.
+class Nearest
+{
+public:
+    /// `found` is empty, and `count` above 0.
+    Nearest(std::vector<PointTree::Neighbour> &found, std::size_t count) : m_found(found), m_count(count)
+    {
+        m_found.reserve(count + 1);
+    }
+
+    bool full() const { return m_found.size() == m_count; }
+    float worstDist() const { return full() ? m_found.back().second : std::numeric_limits<float>::max(); }
+    /// Whether to go on.
+    bool addPoint(float square, std::uint32_t index)
+    {
+        const PointTree::Neighbour added(index, square);
+        m_found.insert(std::upper_bound(m_found.begin(), m_found.end(), added, isBefore), added);
+        if (m_found.size() > m_count)
+            m_found.pop_back();
+        return !full() || m_found.back().second > 0;
+    }
+
+private:
+    static bool isBefore(const PointTree::Neighbour &a, const PointTree::Neighbour &b)
+    {
+        return a.second != b.second ? a.second < b.second : a.first < b.first;
+    }
+
+    std::vector<PointTree::Neighbour> &m_found;
+    std::size_t m_count;
+};
+
 } // namespace
 
 PointTree::PointTree(const Points &points)
@@ -20,18 +53,12 @@ PointTree::PointTree(const Points &points)
 
 void PointTree::nearest(const pcVec3f &place, std::size_t count, std::vector<Neighbour> &found) const
 {
-    found.resize(std::min(count, points().size()));
-    std::vector<std::uint32_t> indices(found.size());
-    std::vector<float> squares(found.size());
-    nanoflann::KNNResultSet<float, std::uint32_t> results(found.size());
-    results.init(indices.data(), squares.data());
+    found.clear();
+    if (count == 0 || points().empty())
+        return;
+    Nearest results(found, std::min(count, points().size()));
     const float at[] = {place.x(), place.y(), place.z()};
     m_tree.findNeighbors(results, at, nanoflann::SearchParams());
-    for (std::size_t i = 0; i < found.size(); ++i)
-        found[i] = {indices[i], squares[i]};
-    std::sort(found.begin(), found.end(), [](const Neighbour &a, const Neighbour &b) {
-        return a.second != b.second ? a.second < b.second : a.first < b.first;
-    });
 }
 
 void PointTree::within(const pcVec3f &place, float radius, std::vector<Neighbour> &found) const

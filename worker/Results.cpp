@@ -16,6 +16,8 @@ namespace
 
 /// A point with all columns, and as much again for the buffer that a builder sorts points into.
 constexpr std::uint64_t bytesOfPoint = 220;
+/// Arrays for the columns of a block, however small it is.
+constexpr std::uint64_t bytesOfBlock = 400;
 
 [[noreturn]] void failForMemory(std::size_t count)
 {
@@ -95,15 +97,16 @@ void writeArray(const QString &destination, const stPtCloud_PointArray &array)
 Blocks blocksOfLabels(const std::vector<int> &labels, bool retainNoise)
 {
     const int most = labels.empty() ? -1 : *std::max_element(labels.begin(), labels.end());
-    // Noise comes first for now: every label is a place in the list.
-    Blocks blocks(static_cast<std::size_t>(most + 2));
+    // Noise comes first until all are filled: every label is a place in the list.
+    const auto placeOf = [](int label) { return static_cast<std::size_t>(std::ptrdiff_t{label} + 1); };
+    Blocks blocks(placeOf(most) + 1);
     std::vector<std::uint32_t> sizes(blocks.size());
     for (const int label : labels)
-        ++sizes[static_cast<std::size_t>(label + 1)];
+        ++sizes[placeOf(label)];
     for (std::size_t i = 0; i < blocks.size(); ++i)
         blocks[i].reserve(sizes[i]);
     for (std::size_t i = 0; i < labels.size(); ++i)
-        blocks[static_cast<std::size_t>(labels[i] + 1)].push_back(static_cast<std::uint32_t>(i));
+        blocks[placeOf(labels[i])].push_back(static_cast<std::uint32_t>(i));
 
     std::rotate(blocks.begin(), blocks.begin() + 1, blocks.end());
     if (!retainNoise)
@@ -122,7 +125,7 @@ void writeSplit(const QString &destination, const SourceCloud &cloud, const Bloc
                                               [](std::size_t sum, const auto &block) { return sum + block.size(); });
     if (count == 0)
         failForNothing();
-    requireMemory(count * bytesOfPoint / 2, QStringLiteral("writing the blocks"));
+    requireMemory(count * bytesOfPoint / 2 + blocks.size() * bytesOfBlock, QStringLiteral("writing the blocks"));
     const QList<EDataSetColumn> columns = columnsOf(cloud.array());
     std::list<stPtCloud_PointArray> arrays;
     std::list<const stPtCloud_PointArray *> pointers;

@@ -125,6 +125,19 @@ TEST(AlphaShape, OfABallIsItsSurfaceWhateverTheAlpha)
     }
 }
 
+TEST(AlphaShape, OfASolidIsItsWholeSurfaceWhereverNormalsPoint)
+{
+    const Points points = toFloats(ball(ballPoints, ballRadius));
+    AlphaParameters parameters;
+    for (const double alpha : {25.0, 200.0, 1e6}) {
+        SCOPED_TRACE(alpha);
+        parameters.alpha = alpha;
+        expectBall(measure(points, alphaShape(points, {}, parameters, quiet)));
+        const Points upward = estimateNormals(points, NormalSide::Upward, quiet);
+        expectBall(measure(points, alphaShape(points, upward, parameters, quiet)));
+    }
+}
+
 TEST(AlphaShape, OfARoughBallIsOneSurface)
 {
     // As the floats of projected coordinates are: steps of 1/4.

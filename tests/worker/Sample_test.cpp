@@ -114,6 +114,22 @@ TEST(SampleElimination, KeepsEvenlyAlsoWhereDensityVaries)
     EXPECT_NEAR(static_cast<double>(left), 250, 50);
 }
 
+TEST(SampleElimination, ThinsCrowdsFirst)
+{
+    constexpr std::size_t spread = 5000;
+    Points points = square(spread, 50);
+    points.resize(2 * spread, {20, 20, 0});
+    const auto crowded = [&](std::size_t count) {
+        const std::vector<std::uint32_t> kept = eliminateSamples(points, count, quiet);
+        expectIndices(kept, count, points.size());
+        return static_cast<std::size_t>(std::count_if(kept.begin(), kept.end(), [](auto i) { return i >= spread; }));
+    };
+    EXPECT_LE(crowded(spread / 2), 1U);
+    EXPECT_LE(crowded(spread - 1), 20U);
+    // These can't all be of the others.
+    EXPECT_EQ(crowded(spread + 2000), 2000U);
+}
+
 TEST(SampleElimination, IsThatOfTheDefinition)
 {
     for (const unsigned int seed : {1, 2, 3, 4, 5}) {

@@ -1,19 +1,8 @@
 // The worker program as a host finds it: started with a settings file, it ends with a code and a message.
 
+#include "ClusterScenes.h"
+#include "ProgramTesting.h"
 #include "Scarcity.h"
-#include "WorkerTesting.h"
-
-#include <gtest/gtest.h>
-
-#include <QDir>
-#include <QElapsedTimer>
-#include <QSharedMemory>
-#include <QThread>
-
-#include <algorithm>
-#include <cstring>
-#include <limits>
-#include <set>
 
 using namespace ptCloud;
 using namespace support;
@@ -27,106 +16,6 @@ const QByteArray poisson = "function=2\nfastNormal=false\ndepth=6\nwidth=0\ndesi
 const QByteArray thin = "function=200\ntargetPercents=10\ninit_factor=5\nmakeMeshAlpha=0\n";
 const QByteArray thinMesh = "function=200\ntargetPercents=10\ninit_factor=5\nmakeMeshAlpha=3\n";
 const QByteArray allFunctions[] = {alpha, pivot, poisson, thin, thinMesh};
-
-QList<EDataSetColumn> allPointColumns()
-{
-    QList<EDataSetColumn> columns;
-    for (int column = 0; column <= 18; ++column) {
-        if (column != EDataSetColumn_Triangle)
-            columns.append(static_cast<EDataSetColumn>(column));
-    }
-    return columns;
-}
-
-/// Values by which each point can be told from the others, in all columns but the position.
-void number(stPtCloud_PointArray &array)
-{
-    for (unsigned int i = 0; i < array.m_pointCount; ++i) {
-        const auto byte = static_cast<unsigned char>(i);
-        const auto real = static_cast<float>(i);
-        array.m_normal[i].set(0, 0, 1);
-        array.m_color[i] = pcVec4f(real / 100000, 0.25F, 0.5F, 1);
-        array.m_intensity[i] = static_cast<unsigned short>(i);
-        for (unsigned char *column :
-             {array.m_returnNumber, array.m_numberOfReturns, array.m_scanDirection, array.m_edgeOfFlightLine,
-              array.m_classification, array.m_scanAngleRank, array.m_userData, array.m_wavePacketDescriptorIndex})
-            column[i] = byte;
-        array.m_pointSourceId[i] = static_cast<unsigned short>(i * 3);
-        array.m_gpsTime[i] = i;
-        array.m_byteOffsetToWaveformData[i] = std::numeric_limits<quint64>::max() - i;
-        array.m_waveformPacketSize[i] = i * 7;
-        array.m_returnPointWaveformLocation[i] = real / 3;
-        array.m_waveformXyzT[i].set(real, real * 2, real * 3);
-    }
-}
-
-/// Expects that a point of a result is the point of the source that its time of GPS tells, in every column.
-void expectPoint(const stPtCloud_PointArray &result, unsigned int index, const stPtCloud_PointArray &source)
-{
-    QMap<EDataSetColumn, QVariant> found;
-    QMap<EDataSetColumn, QVariant> wanted;
-    ASSERT_TRUE(result.getPeace(index, found));
-    ASSERT_TRUE(source.getPeace(static_cast<unsigned int>(result.m_gpsTime[index]), wanted));
-    EXPECT_EQ(found, wanted) << index;
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    return file.readAll();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-/// A result, with its file.
-struct Result
-{
-    PtCloud_DataSetFile file;
-    QMap<int, std::tuple<unsigned int, pcBoundingBoxf>> blocks;
-
-    explicit Result(const QString &path)
-    {
-        EXPECT_TRUE(file.setFile(path) && file.openFile());
-        file.getBlocks(blocks);
-    }
-    unsigned int pointCount() const
-    {
-        unsigned int count = 0;
-        for (const auto &block : blocks)
-            count += std::get<0>(block);
-        return count;
-    }
-};
-
-class WorkerProgram : public ::testing::Test
-{
-protected:
-    QString source() const { return m_worker.path("source"); }
-    QString result() const { return m_worker.path("result"); }
-    WorkerDirectory::End run(const QByteArray &function) { return m_worker.run(function + m_worker.paths()); }
-
-    void expectEnd(const QByteArray &function, int code, const char *message)
-    {
-        const WorkerDirectory::End end = run(function);
-        EXPECT_TRUE(end.isNormal);
-        EXPECT_EQ(end.code, code) << end.errors.constData();
-        EXPECT_TRUE(end.lastLine().contains(message)) << end.errors.constData();
-        expectNoResult();
-    }
-    void expectNoResult() const
-    {
-        EXPECT_FALSE(QFile::exists(result()));
-        EXPECT_FALSE(QFile::exists(m_worker.path("result.part")));
-    }
-
-    WorkerDirectory m_worker;
-};
 
 } // namespace
 
@@ -151,33 +40,6 @@ TEST_F(WorkerProgram, MakesMeshesOfProjectedCoordinates)
         EXPECT_NEAR(surface.volume, ballVolume(radius), ballVolume(radius) * 0.02);
         for (unsigned int i = 0; i < block->m_pointCount; ++i)
             ASSERT_NEAR((pcVec3d(block->m_position[i]) - middle).length(), radius, 2);
-    }
-}
-
-TEST_F(WorkerProgram, KeepsAllColumnsWherePointsSurvive)
-{
-    const Points points = toFloats(hills(3000, 40, {500000, 4500000, 0}));
-    stPtCloud_PointArray wanted;
-    ASSERT_TRUE(writeSource(source(), points, allPointColumns(), [&wanted](stPtCloud_PointArray &array) {
-        number(array);
-        wanted.alloc(array.m_pointCount, allPointColumns(), false, 0);
-        wanted.copy_noTriangle(array, 0, 0, array.m_pointCount);
-    }));
-    for (const QByteArray &function : {alpha, pivot, thin}) {
-        SCOPED_TRACE(function.constData());
-        const WorkerDirectory::End end = run(function);
-        ASSERT_EQ(end.code, 0) << end.errors.constData();
-        Result found(result());
-        QList<EDataSetColumn> columns = allPointColumns();
-        if (function != thin)
-            columns.insert(2, EDataSetColumn_Triangle);
-        EXPECT_EQ(found.file.getColumns(), columns);
-        for (auto it = found.blocks.cbegin(); it != found.blocks.cend(); ++it) {
-            const stPtCloud_PointArray *const block = found.file.readBlock(it.key());
-            ASSERT_NE(block, nullptr);
-            for (unsigned int i = 0; i < block->m_pointCount; ++i)
-                expectPoint(*block, i, wanted);
-        }
     }
 }
 
@@ -209,21 +71,33 @@ TEST_F(WorkerProgram, LeavesOutPointsWithoutAPlaceAndSaysSo)
     }
 }
 
-TEST_F(WorkerProgram, GivesTheSameForEveryNumberOfThreads)
+TEST_F(WorkerProgram, WritesClustersLargestFirstThenByTheirFirstPointsThenNoise)
 {
-    ASSERT_TRUE(writeSource(source(), toFloats(hills(4000, 50))));
-    for (const QByteArray &function : allFunctions) {
-        SCOPED_TRACE(function.constData());
-        QByteArray first;
-        for (const char *threads : {"1", "2", "5"}) {
-            m_worker.setVariable("OMP_NUM_THREADS", threads);
-            ASSERT_EQ(run(function).code, 0);
-            const QByteArray bytes = readFile(result());
-            EXPECT_FALSE(bytes.isEmpty());
-            EXPECT_TRUE(first.isEmpty() || bytes == first) << threads;
-            first = bytes;
+    const ClusterScene scene = ballsAndPlane();
+    Points points = scene.points;
+    for (const float x : {100.0F, 200.0F, 300.0F})
+        points.emplace_back(x, 0.0F, 0.0F);
+    ASSERT_TRUE(writeSource(source(), points));
+    using Heap = std::pair<unsigned int, pcVec3f>; // how many, and the first of them
+    const auto heaps = [this](const QByteArray &function) {
+        const WorkerDirectory::End end = run(function);
+        EXPECT_TRUE(end.lastLine().startsWith("3 clusters, 3 of 5603 points in none")) << end.errors.constData();
+        Result found(result());
+        std::vector<Heap> written;
+        for (auto it = found.blocks.cbegin(); it != found.blocks.cend(); ++it) {
+            const stPtCloud_PointArray *const block = found.file.readBlock(it.key());
+            if (block != nullptr)
+                written.emplace_back(block->m_pointCount, block->m_position[0]);
         }
-    }
+        return written;
+    };
+    const std::vector<Heap> clusters{{3600, points[2000]}, {1000, points[0]}, {1000, points[1000]}};
+    std::vector<Heap> withNoise = clusters;
+    withNoise.emplace_back(3, points[5600]);
+    EXPECT_EQ(heaps("function=100\nepsilon=0.5\nminpts=5\nretainNoise=true\n"), withNoise);
+    EXPECT_EQ(heaps("function=100\nepsilon=0.5\nminpts=5\nretainNoise=false\n"), clusters);
+    EXPECT_EQ(heaps("function=103\ntolerance=0.5\nminCluster=4\nmaxCluster=100000\n"), clusters);
+    EXPECT_EQ(heaps("function=105\ntolerance=10\nsmooth=25\ncure=1\nminCluster=4\nmaxCluster=100000\n"), clusters);
 }
 
 TEST_F(WorkerProgram, LetsAResultAppearWhole)
@@ -409,122 +283,9 @@ TEST_F(WorkerProgram, EndsWith11WhereNothingComesOfThePoints)
     ASSERT_TRUE(writeSource(source(), toFloats(hills(1000, 30))));
     expectEnd("function=0\nfastNormal=true\nalpha=0.001\n", 11, "alpha 0.001 leaves no triangle: the points lie about");
     expectEnd("function=1\nfastNormal=true\nradius=0.0001\n", 11, "no ball of radius 0.0001 rests on three points");
-}
-
-TEST_F(WorkerProgram, NeverCrashesOrHangsOnHostileParameters)
-{
-    ASSERT_TRUE(writeSource(source(), toFloats(hills(300, 15))));
-    std::mt19937 random(11);
-    const std::vector<QByteArray> values{"0",    "1",    "-1", "0.5", "2",   "3.7",  "1e-30", "1e30",       "nan",
-                                         "-inf", "true", "",   "14",  "100", "99.9", "x",     "2147483648", "1e-3"};
-    const auto any = [&] { return values[random() % values.size()]; };
-    for (int round = 0; round < 20; ++round) {
-        const QByteArray common = "fastNormal=" + QByteArray(round % 2 == 0 ? "true" : "false") + "\nalpha=" + any()
-                                  + "\nradius=" + any() + "\nwidth=" + any() + "\ndesity_divide=" + any()
-                                  + "\ntargetPercents=" + any() + "\ninit_factor=" + any() + "\nmakeMeshAlpha=" + any()
-                                  + "\ndepth=" + QByteArray::number(static_cast<int>(random() % 9)) + "\n";
-        for (const char *function : {"0", "1", "2", "200"}) {
-            const WorkerDirectory::End end = run(QByteArray("function=") + function + "\n" + common);
-            EXPECT_TRUE(end.isNormal) << function << ": " << common.constData();
-            const std::set<int> codes{0, 2, 7, 9, 11};
-            EXPECT_EQ(codes.count(end.code), 1U)
-                << function << " ends with " << end.code << ": " << end.errors.constData() << common.constData();
-        }
-    }
-}
-
-namespace
-{
-
-/// The block of shared memory that a host makes, where the worker of this directory finds it.
-class HostBlock
-{
-public:
-    explicit HostBlock(const WorkerDirectory &worker) : m_before(qgetenv("TMPDIR"))
-    {
-        qputenv("TMPDIR", worker.directory().toUtf8());
-        m_memory = std::make_unique<QSharedMemory>(QStringLiteral("open3d_wrapper_shared_memory"));
-        EXPECT_TRUE(m_memory->create(size)) << qPrintable(m_memory->errorString());
-        std::memset(m_memory->data(), 0x7F, size);
-        static_cast<char *>(m_memory->data())[0] = 0;
-    }
-    ~HostBlock()
-    {
-        m_memory.reset();
-        if (m_before.isNull())
-            qunsetenv("TMPDIR");
-        else
-            qputenv("TMPDIR", m_before);
-    }
-    HostBlock(const HostBlock &) = delete;
-    HostBlock &operator=(const HostBlock &) = delete;
-
-    int value() { return static_cast<unsigned char>(bytes()[0]); }
-    QByteArray message()
-    {
-        const QByteArray text = bytes().mid(1);
-        const int end = text.indexOf('\0');
-        EXPECT_GE(end, 0) << "a message without an end";
-        return text.left(end);
-    }
-    QByteArray bytes()
-    {
-        EXPECT_TRUE(m_memory->lock());
-        const QByteArray copy(static_cast<const char *>(m_memory->constData()), size);
-        m_memory->unlock();
-        return copy;
-    }
-
-private:
-    static constexpr int size = 1001;
-    QByteArray m_before;
-    std::unique_ptr<QSharedMemory> m_memory;
-};
-
-} // namespace
-
-TEST_F(WorkerProgram, TellsTheHostHowFarItIs)
-{
-    ASSERT_TRUE(writeSource(source(), toFloats(hills(30000, 120))));
-    HostBlock block(m_worker);
-    const QStringList arguments{m_worker.settings(alpha + m_worker.paths())};
-    const auto process = m_worker.start(arguments);
-    std::set<QByteArray> messages;
-    int value = 0;
-    while (!process->waitForFinished(5)) {
-        const QByteArray bytes = block.bytes();
-        const int now = static_cast<unsigned char>(bytes[0]);
-        EXPECT_GE(now, value);
-        value = now;
-        if (bytes[1] != '\x7F')
-            messages.insert(block.message());
-    }
-    EXPECT_EQ(process->exitCode(), 0);
-    EXPECT_EQ(block.value(), 255);
-    EXPECT_TRUE(block.message().startsWith("a mesh of ")) << block.message().constData();
-    EXPECT_GE(messages.size(), 4U);
-    EXPECT_FALSE(process->readAllStandardError().contains("a mesh of")) << "it goes to the block alone";
-}
-
-TEST_F(WorkerProgram, TellsTheHostWhyItFailed)
-{
-    HostBlock block(m_worker);
-    EXPECT_EQ(run(alpha).code, 4);
-    EXPECT_EQ(block.message(), "the source " + source().toUtf8() + " is not there");
-    EXPECT_LT(block.value(), 255);
-}
-
-TEST_F(WorkerProgram, CutsLongMessagesAtAWholeCharacter)
-{
-    for (const char *start : {"", "x", "xy"}) {
-        HostBlock block(m_worker);
-        const QByteArray path = "/" + QByteArray(start) + QByteArray("\xe2\x82\xac").repeated(600);
-        EXPECT_EQ(m_worker.run(alpha + "source_filepath=" + path + "\ndest_filepath=" + result().toUtf8() + "\n").code,
-                  4);
-        const QByteArray message = block.message();
-        EXPECT_GE(message.size(), 997);
-        EXPECT_LE(message.size(), 999);
-        EXPECT_EQ(QString::fromUtf8(message).toUtf8(), message);
-        EXPECT_FALSE(QString::fromUtf8(message).contains(QChar(QChar::ReplacementCharacter)));
-    }
+    expectEnd("function=100\nepsilon=0.001\nminpts=5\nretainNoise=true\n", 11,
+              "no cluster came of 1000 points; try an epsilon above 0.001 or a minpts below 5");
+    expectEnd("function=103\ntolerance=1\nminCluster=5000\nmaxCluster=6000\n", 11, "no cluster came of 1000 points");
+    expectEnd("function=105\ntolerance=8\nsmooth=0\ncure=0\nminCluster=1000\nmaxCluster=6000\n", 11,
+              "no cluster came of 1000 points; try a smooth above 0");
 }

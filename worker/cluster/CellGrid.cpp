@@ -38,6 +38,9 @@ Box boxOf(const Points &points)
     return {pcVec3d(least), pcVec3d(most)};
 }
 
+/// How far the columns of two neighbours along x are apart.
+constexpr std::int64_t columnsOfRow = std::int64_t{1} << 32U;
+
 /// A point's cell along each axis, and its index.
 struct Record
 {
@@ -148,7 +151,7 @@ CellWalk::CellWalk(const CellGrid &grid, std::uint32_t first, int reach, Side si
     for (int x = m_onlyLater ? 0 : -reach; x <= reach; ++x) {
         for (int y = m_onlyLater && x == 0 ? 0 : -reach; y <= reach; ++y) {
             Finger finger{};
-            finger.toColumn = (static_cast<std::uint64_t>(x) << 32U) + static_cast<std::uint64_t>(y);
+            finger.toColumn = static_cast<std::uint64_t>(x * columnsOfRow + y);
             finger.isOwn = x == 0 && y == 0;
             CellGrid::Cell wanted = grid.m_cells[first];
             wanted.column += finger.toColumn;

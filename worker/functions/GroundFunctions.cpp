@@ -34,9 +34,11 @@ Blocks groundAndRest(const std::vector<bool> &isGround)
     return blocks;
 }
 
-/// Reads, filters and writes the ground as first block, if it is wanted, and the rest behind it.
+/// Reads, filters and writes the ground as first block, if it is wanted, and the rest behind it. `advice`: what to try
+/// where there is no ground.
 template <typename Filter>
-QString runGroundFilter(const Parameters &parameters, bool withGround, Progress &progress, const Filter &filter)
+QString runGroundFilter(const Parameters &parameters, bool withGround, const QString &advice, Progress &progress,
+                        const Filter &filter)
 {
     const QString destination = parameters.text("dest_filepath");
     const QString source = parameters.text("source_filepath");
@@ -46,9 +48,11 @@ QString runGroundFilter(const Parameters &parameters, bool withGround, Progress 
     ProgressPart filtering(progress, readEnd, filterEnd);
     Blocks blocks = groundAndRest(filter(cloud.points(), filtering));
     if (blocks[0].empty())
-        throw Failure(ExitCode::Function, QStringLiteral("no ground was found in %1 points").arg(cloud.size()));
+        throw Failure(ExitCode::Function,
+                      QStringLiteral("no ground was found in %1 points; try %2").arg(cloud.size()).arg(advice));
     if (blocks[1].empty() && !withGround)
-        throw Failure(ExitCode::Function, QStringLiteral("all points are ground; nothing is left without it"));
+        throw Failure(ExitCode::Function,
+                      QStringLiteral("all points are ground; try a remove_ground of false, which keeps it"));
     QString told = QStringLiteral("%1 ground points, %2 others%3")
                        .arg(blocks[0].size())
                        .arg(blocks[1].size())
@@ -64,14 +68,15 @@ QString runGroundFilter(const Parameters &parameters, bool withGround, Progress 
 
 QString runPatchwork(const Parameters &parameters, Progress &progress)
 {
-    return runGroundFilter(parameters, true, progress, patchworkGround);
+    return runGroundFilter(parameters, true, QStringLiteral("the filter by a cloth"), progress, patchworkGround);
 }
 
 QString runCloth(const Parameters &parameters, Progress &progress)
 {
     const ClothParameters cloth = clothParameters(parameters);
     const bool withGround = !parameters.flag("remove_ground");
-    return runGroundFilter(parameters, withGround, progress, [&cloth](const Points &points, Progress &filtering) {
-        return clothGround(points, cloth, filtering);
-    });
+    const QString advice = QStringLiteral("a class_threshold above %1").arg(cloth.classThreshold);
+    return runGroundFilter(
+        parameters, withGround, advice, progress,
+        [&cloth](const Points &points, Progress &filtering) { return clothGround(points, cloth, filtering); });
 }

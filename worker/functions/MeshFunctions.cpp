@@ -48,7 +48,7 @@ QString runMesher(const Parameters &parameters, Progress &progress, const Make &
     ProgressPart reading(progress, 0, readEnd);
     const SourceCloud cloud(source, reading);
     if (cloud.size() < 3)
-        throw Failure(ExitCode::Hull, QStringLiteral("%1 points make no triangle").arg(cloud.size()));
+        throw Failure(ExitCode::Hull, QStringLiteral("%1 points make no triangle: it takes three").arg(cloud.size()));
     Points normals = normalsOf(cloud.array());
     if (normals.empty()) {
         ProgressPart estimating(progress, readEnd, normalsEnd);

@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 using namespace ptCloud;
 
@@ -142,10 +143,11 @@ void writeClasses(const QString &destination, const SourceCloud &cloud, const st
     result.commit();
 }
 
-Mesh meshOf(const GroundModel &ground)
+/// Takes the ground, whose memory is wanted for writing.
+Mesh meshOf(GroundModel ground)
 {
     Mesh mesh;
-    mesh.sources = ground.sources;
+    mesh.sources = std::move(ground.sources);
     mesh.triangles.reserve(ground.mesh.triangles.size());
     for (const auto &[a, b, c] : ground.mesh.triangles)
         mesh.triangles.push_back({a, b, c});
@@ -176,16 +178,27 @@ struct Terrain
         }
     }
 
-    void write(const TerrainParameters &wanted, const SourceCloud &cloud, const GroundModel &ground)
+    /// Gives up each product as soon as it is written, and the ground before its mesh is.
+    void write(const TerrainParameters &wanted, const SourceCloud &cloud, GroundModel ground, Progress &progress)
     {
-        if (!wanted.mesh.isEmpty())
-            writeMesh(wanted.mesh, cloud, meshOf(ground));
-        if (!wanted.heightMap.isEmpty())
+        if (!wanted.heightMap.isEmpty()) {
+            progress.stage(QStringLiteral("writing the height map"), 0, 0.2);
             writeHeightMap(wanted.heightMap, *heightMap, cloud.origin());
-        if (!wanted.contours.isEmpty())
+            heightMap.reset();
+        }
+        if (!wanted.contours.isEmpty()) {
+            progress.stage(QStringLiteral("writing the contours"), 0.2, 0.4);
             writeContours(wanted.contours, contours);
-        if (!wanted.classes.isEmpty())
+        }
+        const Mesh mesh = meshOf(std::move(ground));
+        if (!wanted.mesh.isEmpty()) {
+            progress.stage(QStringLiteral("writing the ground mesh"), 0.4, 0.7);
+            writeMesh(wanted.mesh, cloud, mesh);
+        }
+        if (!wanted.classes.isEmpty()) {
+            progress.stage(QStringLiteral("writing the classification"), 0.7, 1);
             writeClasses(wanted.classes, cloud, classes);
+        }
     }
 };
 
@@ -203,13 +216,14 @@ QString runTerrain(const Parameters &parameters, Progress &progress)
     ProgressPart filtering(progress, readEnd, groundEnd);
     const GroundAndNoise found = findGround(cloud.points(), filtering);
     ProgressPart triangulating(progress, groundEnd, surfaceEnd);
-    const GroundModel ground = makeGroundModel(cloud.points(), found.isGround, triangulating);
+    GroundModel ground = makeGroundModel(cloud.points(), found.isGround, triangulating);
+    QString told = QStringLiteral("a ground of %1 triangles over %2 of %3 points%4")
+                       .arg(ground.mesh.triangles.size())
+                       .arg(ground.places.size())
+                       .arg(cloud.size())
+                       .arg(cloud.leftOutNote());
     Terrain terrain(wanted, cloud, found, ground, progress);
-    progress.stage(QStringLiteral("writing the terrain"), classesEnd, 1);
-    terrain.write(wanted, cloud, ground);
-    return QStringLiteral("a ground of %1 triangles over %2 of %3 points%4")
-        .arg(ground.mesh.triangles.size())
-        .arg(ground.places.size())
-        .arg(cloud.size())
-        .arg(cloud.leftOutNote());
+    ProgressPart writing(progress, classesEnd, 1);
+    terrain.write(wanted, cloud, std::move(ground), writing);
+    return told;
 }

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
+#include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -31,17 +34,37 @@ void parallelFor(std::size_t count, const std::function<void(std::size_t)> &body
 void parallelFor(std::size_t count, const std::function<void(std::size_t)> &body, Progress &progress)
 {
     std::atomic<std::size_t> next{0};
-    const auto work = [&] {
-        for (std::size_t i = next++; i < count; i = next++)
-            body(i);
+    std::mutex mutex;
+    std::exception_ptr failure;
+    const auto work = [&](Progress &watcher) {
+        try {
+            for (std::size_t i = next++; i < count; i = next++) {
+                body(i);
+                watcher.show(static_cast<double>(i + 1) / static_cast<double>(count));
+            }
+        } catch (...) {
+            next = count;
+            const std::lock_guard<std::mutex> lock(mutex);
+            if (!failure)
+                failure = std::current_exception();
+        }
     };
-    std::vector<std::thread> helpers(std::min(threadCount(), std::max<std::size_t>(count, 1)) - 1);
-    for (std::thread &helper : helpers)
-        helper = std::thread(work);
-    for (std::size_t i = next++; i < count; i = next++) {
-        body(i);
-        progress.show(static_cast<double>(i + 1) / static_cast<double>(count));
+    const std::size_t wanted = std::min(threadCount(), std::max<std::size_t>(count, 1)) - 1;
+    std::vector<std::thread> helpers;
+    helpers.reserve(wanted);
+    try {
+        while (helpers.size() < wanted) {
+            helpers.emplace_back([&work] {
+                NoProgress nobody;
+                work(nobody);
+            });
+        }
+    } catch (const std::system_error &) {
+        // The system has no more threads to give: those that there are do the work.
     }
+    work(progress);
     for (std::thread &helper : helpers)
         helper.join();
+    if (failure)
+        std::rethrow_exception(failure);
 }

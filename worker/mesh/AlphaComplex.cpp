@@ -17,9 +17,6 @@ namespace
 /// Points this near to a circle, against its radius, count as on it. Wider than the shifts that keep points off it.
 constexpr double circleTolerance = 1e-3;
 
-/// A solid is a surface below this thickness against alpha.
-constexpr double thinness = 0.1;
-
 struct Face
 {
     std::array<std::uint32_t, 3> corners; ///< in ascending order
@@ -29,8 +26,9 @@ struct Face
 
 } // namespace
 
-AlphaComplex::AlphaComplex(std::vector<Eigen::Vector3d> places, std::vector<Tetrahedron> tetrahedra, double alpha)
-    : m_places(std::move(places)), m_tetrahedra(std::move(tetrahedra)), m_alpha(alpha)
+AlphaComplex::AlphaComplex(std::vector<Eigen::Vector3d> places, std::vector<Tetrahedron> tetrahedra, double alpha,
+                           double thinness)
+    : m_places(std::move(places)), m_tetrahedra(std::move(tetrahedra)), m_alpha(alpha), m_thinness(thinness)
 {
     // Corners in the order in which each face, seen from outside, runs counterclockwise.
     for (Tetrahedron &t : m_tetrahedra) {
@@ -198,7 +196,7 @@ bool AlphaComplex::isThin(const std::vector<std::uint32_t> &solid) const
     }
     const double volume = sixVolumes / 6;
     const double area = twoAreas / 2;
-    return 2 * volume < thinness * m_alpha * area;
+    return 2 * volume < m_thinness * area;
 }
 
 void AlphaComplex::findThinSolids()

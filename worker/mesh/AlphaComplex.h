@@ -15,14 +15,15 @@
 /// them or have an empty ball of that radius of their own, so that a thin surface is there as well as a solid.
 ///
 /// Points of a rough surface make thin solids as well, whose two sides a user would see as two surfaces: of a solid
-/// thinner than a tenth of alpha one side is taken. Four points on one circle are a flat tetrahedron whose two pairs of
+/// thinner than `thinness` one side is taken. Four points on one circle are a flat tetrahedron whose two pairs of
 /// triangles fill the same place: one pair is taken.
 class AlphaComplex
 {
 public:
     using Tetrahedron = std::array<std::uint32_t, 4>;
 
-    AlphaComplex(std::vector<Eigen::Vector3d> places, std::vector<Tetrahedron> tetrahedra, double alpha);
+    AlphaComplex(std::vector<Eigen::Vector3d> places, std::vector<Tetrahedron> tetrahedra, double alpha,
+                 double thinness);
 
     /// The triangles of the shape, corners as indices of places. Those of a solid face outwards, the others to the side
     /// of the normals of their corners, or up where `normals` is empty.
@@ -64,6 +65,7 @@ private:
     std::vector<Tetrahedron> m_tetrahedra;
     std::vector<std::array<std::uint32_t, 4>> m_neighbours; ///< across from each corner
     double m_alpha;
+    double m_thinness;
     std::vector<unsigned char> m_isKept;
     std::vector<unsigned char> m_isFlat;
     std::vector<unsigned char> m_isThin;

@@ -24,6 +24,9 @@ constexpr std::size_t fewestPoints = 5;
 /// Shift of points against their spacing: far below what a user sees, far above what rounding does to the tetrahedra.
 constexpr double shiftOfSpacing = 1e-6;
 constexpr double shiftOfExtent = 1e-11;
+/// What counts as a rough surface and not as a solid: thin against alpha, and no thicker than the points lie apart.
+constexpr double thinnessOfAlpha = 0.1;
+constexpr double thinnessOfSpacing = 1;
 
 double extentOf(const Points &points)
 {
@@ -84,7 +87,8 @@ Mesh alphaShape(const Points &points, const Points &normals, const AlphaParamete
     std::vector<AlphaComplex::Tetrahedron> tetrahedra = tetrahedraOf(cloud);
 
     progress.stage(QStringLiteral("carving the shape"), 0.7, 1);
-    const AlphaComplex complex(std::move(cloud.points_), std::move(tetrahedra), parameters.alpha);
+    const double thinness = std::min(parameters.alpha * thinnessOfAlpha, spacing * thinnessOfSpacing);
+    const AlphaComplex complex(std::move(cloud.points_), std::move(tetrahedra), parameters.alpha, thinness);
     std::vector<stTriangle> triangles = complex.surface(sides);
     if (triangles.empty())
         throw Failure(ExitCode::Function,

@@ -22,13 +22,14 @@ double firstRadius(double wanted, double spacing)
 {
     if (wanted == 0)
         return spacing * standardSpacings;
-    if (wanted > spacing * BallPivotingParameters::mostSpacings)
+    if (wanted > spacing * BallPivotingParameters::mostSpacings) {
         throw Failure(ExitCode::Argument,
                       QStringLiteral("radius is %1, and the points lie about %2 apart: it must be %3 at most; try %4")
                           .arg(wanted)
                           .arg(spacing, 0, 'g', 3)
                           .arg(spacing * BallPivotingParameters::mostSpacings, 0, 'g', 3)
                           .arg(spacing * standardSpacings, 0, 'g', 2));
+    }
     return wanted;
 }
 

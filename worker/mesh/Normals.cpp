@@ -191,8 +191,9 @@ void makeConsistent(const PointTree &tree, Points &normals)
 Points estimateNormals(const Points &points, NormalSide side, Progress &progress)
 {
     if (isOnLine(points))
-        throw Failure(ExitCode::Normals,
-                      QStringLiteral("no normals: all %1 points lie on one line").arg(points.size()));
+        throw Failure(
+            ExitCode::Normals,
+            QStringLiteral("no normals: all %1 points lie on one line; a mesh needs a surface").arg(points.size()));
     const QString name = QStringLiteral("estimating normals");
     requireMemory(points.size() * bytesOfPoint, name);
     const bool isSlow = side == NormalSide::Consistent;
@@ -215,7 +216,7 @@ Points estimateNormals(const Points &points, NormalSide side, Progress &progress
         });
     }
     if (isSlow) {
-        progress.stage(QStringLiteral("making normals agree"), 0.6, 1);
+        progress.stage(QStringLiteral("making normals agree, which a fastNormal of true leaves out,"), 0.6, 1);
         makeConsistent(tree, normals);
     }
     return normals;

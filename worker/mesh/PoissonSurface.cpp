@@ -27,13 +27,14 @@ int depthFor(const PoissonParameters &parameters, double extent)
     if (parameters.width == 0)
         return parameters.depth;
     const double depth = std::ceil(std::log2(extent * static_cast<double>(cubeScale) / parameters.width));
-    if (depth > PoissonParameters::mostDepth)
+    if (depth > PoissonParameters::mostDepth) {
         throw Failure(
             ExitCode::Argument,
             QStringLiteral("width is %1, too fine for points over %2 units: it must be %3 or more")
                 .arg(parameters.width)
                 .arg(extent, 0, 'g', 3)
                 .arg(extent * static_cast<double>(cubeScale) / std::exp2(PoissonParameters::mostDepth), 0, 'g', 3));
+    }
     return std::max(PoissonParameters::leastDepth, static_cast<int>(depth));
 }
 

@@ -30,7 +30,7 @@ Points pick(const Points &points, const Indices &indices)
 
 /// The area of the surface that the points lie on: each stands for the area of a disk that holds so many neighbours,
 /// less where it lies far from everything.
-double surfaceOf(const PointTree &tree)
+double surfaceOf(const PointTree &tree, Progress &progress)
 {
     constexpr std::size_t neighbours = 8;
     constexpr std::size_t sampleSize = 100000;
@@ -38,14 +38,16 @@ double surfaceOf(const PointTree &tree)
     const Points &points = tree.points();
     const std::size_t step = std::max<std::size_t>(1, points.size() / sampleSize);
     std::vector<double> squares((points.size() + step - 1) / step);
-    parallelFor((squares.size() + batchSize - 1) / batchSize, [&](std::size_t batch) {
-        std::vector<PointTree::Neighbour> found;
-        const std::size_t end = std::min(squares.size(), (batch + 1) * batchSize);
-        for (std::size_t i = batch * batchSize; i < end; ++i) {
-            tree.nearest(points[i * step], neighbours + 1, found);
-            squares[i] = static_cast<double>(found.back().second);
-        }
-    });
+    parallelFor((squares.size() + batchSize - 1) / batchSize,
+                [&](std::size_t batch) {
+                    std::vector<PointTree::Neighbour> found;
+                    const std::size_t end = std::min(squares.size(), (batch + 1) * batchSize);
+                    for (std::size_t i = batch * batchSize; i < end; ++i) {
+                        tree.nearest(points[i * step], neighbours + 1, found);
+                        squares[i] = static_cast<double>(found.back().second);
+                    }
+                },
+                progress);
     std::vector<double> sorted = squares;
     const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::nth_element(sorted.begin(), middle, sorted.end());
@@ -63,12 +65,13 @@ std::uint32_t scatter(std::uint32_t x)
     return x ^ (x >> 16U);
 }
 
-/// One point for each cell of a grid that holds some.
-Indices onePerCell(const Points &points, double edge)
+/// For each point how many others of its cell of a grid come before it, in an order that looks random.
+Indices ranksInCells(const Points &points, double edge)
 {
     struct Entry
     {
         std::uint64_t cell;
+        std::uint32_t order;
         std::uint32_t index;
     };
     const auto cellOf = [edge](const pcVec3f &p) {
@@ -81,38 +84,48 @@ Indices onePerCell(const Points &points, double edge)
     };
     std::vector<Entry> entries(points.size());
     for (std::uint32_t i = 0; i < points.size(); ++i)
-        entries[i] = {cellOf(points[i]), i};
-    std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {
-        return a.cell != b.cell ? a.cell < b.cell : scatter(a.index) < scatter(b.index);
-    });
-    Indices chosen;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (i == 0 || entries[i].cell != entries[i - 1].cell)
-            chosen.push_back(entries[i].index);
+        entries[i] = {cellOf(points[i]), scatter(i), i};
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry &a, const Entry &b) { return a.cell != b.cell ? a.cell < b.cell : a.order < b.order; });
+    Indices ranks(points.size());
+    for (std::size_t i = 1; i < entries.size(); ++i) {
+        if (entries[i].cell == entries[i - 1].cell)
+            ranks[entries[i].index] = ranks[entries[i - 1].index] + 1;
     }
-    std::sort(chosen.begin(), chosen.end());
-    return chosen;
+    return ranks;
 }
 
-/// The points that are worth a look: all, or one a cell where they lie far denser than those that will stay.
+/// The points that are worth a look: some for each that will stay, and no more than a few in one place, or the time
+/// would grow with the square of their number. The first of each cell, the second of each, and so on, up to enough.
 Indices candidates(const Points &points, std::size_t count, double radius)
 {
-    constexpr std::size_t enough = 5;
-    constexpr std::size_t many = 8;
-    constexpr double edgeOfRadius = 0.7;
-    constexpr double finer = 0.6;
-    if (points.size() / many > count && radius > 0) {
-        constexpr int attempts = 6;
-        double edge = radius * edgeOfRadius;
-        for (int attempt = 0; attempt < attempts; ++attempt, edge *= finer) {
-            Indices chosen = onePerCell(points, edge);
-            if (chosen.size() / enough >= count)
-                return chosen;
-        }
+    constexpr std::size_t enough = 7;
+    constexpr std::size_t mostOfCell = 64;
+    Indices chosen(points.size());
+    std::iota(chosen.begin(), chosen.end(), 0U);
+    if (!(radius > 0))
+        return chosen;
+    const Indices ranks = ranksInCells(points, radius);
+    std::vector<std::size_t> sizes(mostOfCell);
+    for (const std::uint32_t rank : ranks) {
+        if (rank < mostOfCell)
+            ++sizes[rank];
     }
-    Indices all(points.size());
-    std::iota(all.begin(), all.end(), 0U);
-    return all;
+    std::size_t found = 0;
+    std::uint32_t end = 0;
+    while (end < mostOfCell && found < count * enough)
+        found += sizes[end++];
+    if (found >= count) {
+        chosen.erase(std::remove_if(chosen.begin(), chosen.end(), [&](std::uint32_t i) { return ranks[i] >= end; }),
+                     chosen.end());
+        return chosen;
+    }
+    // Most points lie in a few places, and many of those must stay.
+    std::stable_sort(chosen.begin(), chosen.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return ranks[a] < ranks[b]; });
+    chosen.resize(count);
+    std::sort(chosen.begin(), chosen.end());
+    return chosen;
 }
 
 /// How much a neighbour crowds, by its distance: 1 beside, 0 from twice the radius on.
@@ -204,19 +217,21 @@ private:
     Indices m_place;
 };
 
-std::vector<double> weigh(const PointTree &tree, const Crowding &crowding)
+std::vector<double> weigh(const PointTree &tree, const Crowding &crowding, Progress &progress)
 {
     const Points &points = tree.points();
     std::vector<double> weights(points.size());
-    parallelFor((points.size() + batchSize - 1) / batchSize, [&](std::size_t batch) {
-        std::vector<PointTree::Neighbour> found;
-        const std::size_t end = std::min(points.size(), (batch + 1) * batchSize);
-        for (std::size_t i = batch * batchSize; i < end; ++i) {
-            tree.within(points[i], static_cast<float>(crowding.reach()), found);
-            for (const PointTree::Neighbour &n : found)
-                weights[i] += n.first == i ? 0 : crowding(static_cast<double>(n.second));
-        }
-    });
+    parallelFor((points.size() + batchSize - 1) / batchSize,
+                [&](std::size_t batch) {
+                    std::vector<PointTree::Neighbour> found;
+                    const std::size_t end = std::min(points.size(), (batch + 1) * batchSize);
+                    for (std::size_t i = batch * batchSize; i < end; ++i) {
+                        tree.within(points[i], static_cast<float>(crowding.reach()), found);
+                        for (const PointTree::Neighbour &n : found)
+                            weights[i] += n.first == i ? 0 : crowding(static_cast<double>(n.second));
+                    }
+                },
+                progress);
     return weights;
 }
 
@@ -231,7 +246,7 @@ Indices eliminateSamples(const Points &points, std::size_t count, Progress &prog
         return candidates(points, points.size(), 0);
     if (count == 0)
         return {};
-    const double surface = surfaceOf(PointTree(points));
+    const double surface = surfaceOf(PointTree(points), progress);
     // The radius of the densest packing of so many disks.
     const double radius = std::sqrt(surface / (2 * std::sqrt(3.0) * static_cast<double>(count)));
     const Indices chosen = candidates(points, count, radius);
@@ -239,7 +254,7 @@ Indices eliminateSamples(const Points &points, std::size_t count, Progress &prog
     const PointTree tree(places);
     const Crowding crowding(radius, static_cast<double>(count) / static_cast<double>(places.size()));
     progress.stage(QStringLiteral("weighing neighbours"), 0.3, 0.5);
-    CrowdedFirst crowded(weigh(tree, crowding));
+    CrowdedFirst crowded(weigh(tree, crowding, progress));
 
     progress.stage(QStringLiteral("thinning"), 0.5, 1);
     const auto surplus = static_cast<double>(places.size() - count);

@@ -1,0 +1,221 @@
+// All functions of this project's worker, through the controller: what comes out, what the host is shown meanwhile, and
+// what becomes of a run that is cancelled.
+
+#include "BlockWatcher.h"
+#include "ControllerWorkerTesting.h"
+
+#include "LasFile.h"
+#include "PtCloud_ContourFile.h"
+
+#include <QImage>
+
+#include <set>
+
+#ifdef Q_OS_LINUX
+#include <csignal>
+#endif
+
+using namespace ptCloud;
+using namespace support;
+
+namespace
+{
+
+class WorkerFunctions : public ControllerWorkerTest, public ::testing::WithParamInterface<WorkerFunction>
+{
+protected:
+    /// Expects that the function makes of the points what they tell beforehand.
+    void expectProducts()
+    {
+        const WorkerFunction &function = GetParam();
+        const QString result = destination(function.product);
+        ASSERT_EQ(run(function, parametersOf(function)), ActResult_Success) << m_progress.m_text.toStdString();
+        switch (function.product) {
+        case Product::Mesh:
+            expectMesh(result);
+            break;
+        case Product::Split:
+            expectSplit(result);
+            break;
+        case Product::Sample:
+            EXPECT_EQ(inFile(result).points, std::lround(pointCount() * sampledPercent / 100));
+            break;
+        case Product::Terrain:
+            expectMesh(result);
+            expectTerrain();
+            break;
+        }
+    }
+    void expectMesh(const QString &path) const
+    {
+        const Contents mesh = inFile(path);
+        EXPECT_EQ(mesh.blocks, 1);
+        EXPECT_GT(mesh.triangles, mesh.points / 4);
+        EXPECT_GE(mesh.points, 3U);
+    }
+    void expectSplit(const QString &path) const
+    {
+        const Contents split = inFile(path);
+        EXPECT_EQ(split.points, pointCount());
+        EXPECT_GE(split.blocks, 1);
+        EXPECT_TRUE(GetParam().blocks == 0 || split.blocks == GetParam().blocks) << split.blocks;
+    }
+    void expectTerrain()
+    {
+        EXPECT_LE(inFile(site().createEmptyLocatedContent_Dem_Mesh()).points, pointCount());
+        const QImage map(site().createEmptyLocatedContent_Dem_HeightMap());
+        EXPECT_EQ(std::max(map.width(), map.height()), mapPixels);
+        PtCloud_ContourFile contours;
+        contours.setFile(site().createEmptyLocatedContent_Dem_Contour());
+        EXPECT_TRUE(contours.openFile());
+        EXPECT_FALSE(contours.contourGroup1().isEmpty() && contours.contourGroup2().isEmpty());
+        EXPECT_EQ(inFile(site().createEmptyLocatedContent_Dem_Classify()).points, pointCount());
+    }
+};
+
+const WorkerFunction &functionOf(EPtCloud_Function id)
+{
+    return *std::find_if(std::begin(workerFunctions), std::end(workerFunctions),
+                         [id](const WorkerFunction &function) { return function.id == id; });
+}
+
+class WorkerStages : public ControllerWorkerTest
+{
+protected:
+    void SetUp() override
+    {
+        ControllerWorkerTest::SetUp();
+        usePoints(smallSurvey(1500));
+    }
+    /// Expects that there is no new file; of a terrain whose products are written one by one, none but whole products.
+    void expectNoHalfResult(const WorkerFunction &function, const QStringList &before)
+    {
+        if (function.product != Product::Terrain) {
+            EXPECT_EQ(filesOfSite(), before);
+            return;
+        }
+        for (const QString &file : filesOfSite())
+            EXPECT_FALSE(file.endsWith(QStringLiteral(".part"))) << file.toStdString();
+        const QString mesh = destination(Product::Terrain);
+        EXPECT_TRUE(!QFileInfo::exists(mesh) || inFile(mesh).triangles > 0);
+        const QString classes = site().createEmptyLocatedContent_Dem_Classify();
+        EXPECT_TRUE(!QFileInfo::exists(classes) || inFile(classes).points == pointCount());
+        keepOfSite(before);
+    }
+    /// What the worker goes through with this function.
+    QStringList stagesOf(const WorkerFunction &function)
+    {
+        BlockWatcher watcher;
+        const QStringList before = filesOfSite();
+        EXPECT_EQ(run(function, parametersOf(function)), ActResult_Success) << m_progress.m_text.toStdString();
+        keepOfSite(before);
+        return watcher.stages();
+    }
+#ifdef Q_OS_LINUX
+    /// Runs the function and cancels it as soon as the worker is in the stage, where it is made to stay. False if the
+    /// worker was not seen there.
+    bool cancelIn(const WorkerFunction &function, const QString &stage)
+    {
+        std::atomic<bool> isThere{false};
+        QList<qint64> found; // looked for beforehand, since the stage may be short
+        BlockWatcher watcher([&](const QString &text) {
+            if (found.isEmpty())
+                found = workers();
+            if (isThere || found.isEmpty() || BlockWatcher::stageOf(text) != stage)
+                return;
+            isThere = ::kill(static_cast<pid_t>(found.first()), SIGSTOP) == 0;
+        });
+        m_progress.m_wantsCancel = [&isThere] { return isThere.load(); };
+        const EEPtCloudActResult result = run(function, parametersOf(function));
+        m_progress.m_wantsCancel = {};
+        EXPECT_EQ(result, isThere ? ActResult_Cancelled : ActResult_Success);
+        return isThere;
+    }
+    /// A busy machine may not let the watcher look between two messages: then the run is done once more.
+    bool cancelSurelyIn(const WorkerFunction &function, const QString &stage)
+    {
+        constexpr int tries = 20;
+        const QStringList before = filesOfSite();
+        for (int i = 0; i < tries; ++i) {
+            if (cancelIn(function, stage))
+                return true;
+            keepOfSite(before);
+        }
+        return false;
+    }
+#endif
+};
+
+} // namespace
+
+TEST_P(WorkerFunctions, MakeSoundResultsOfASurvey)
+{
+    usePoints(smallSurvey(3000));
+    expectProducts();
+    EXPECT_EQ(logLines().size(), 2);
+    EXPECT_TRUE(logLines().last().endsWith(QStringLiteral(" sucessed."))) << logLines().last().toStdString();
+}
+
+TEST_P(WorkerFunctions, MakeSoundResultsOfARealSurvey)
+{
+    const QString path = QStringLiteral(POINTS_CLOUD_TEST_DATA_DIR "/1.2-with-color.las");
+    if (!QFileInfo::exists(path))
+        GTEST_SKIP() << "there are no real surveys beside the checkout";
+    LasFile survey;
+    constexpr unsigned int buffer = 1000;
+    ASSERT_TRUE(survey.load(path, buffer));
+    PtCloud_DataSetFile file;
+    ASSERT_TRUE(file.setFile(points())
+                && file.makeDataSet_byLasFile(
+                    {&survey}, {EDataSetColumn_Position, EDataSetColumn_Color, EDataSetColumn_Classification}));
+    expectProducts();
+}
+
+TEST_P(WorkerFunctions, ShowStagesAndProgressThatNeverFalls)
+{
+    usePoints(smallSurvey(1500));
+    BlockWatcher watcher;
+    ASSERT_EQ(run(GetParam(), parametersOf(GetParam())), ActResult_Success) << m_progress.m_text.toStdString();
+    const std::vector<BlockWatcher::Image> images = watcher.stop();
+    ASSERT_FALSE(images.empty());
+    int value = 0;
+    for (const BlockWatcher::Image &image : images) {
+        EXPECT_GE(image.value, value) << image.text.toStdString();
+        value = image.value;
+    }
+    EXPECT_EQ(value, 255);
+    EXPECT_GE(watcher.stages().size(), 3) << watcher.stages().join(QStringLiteral(", ")).toStdString();
+    EXPECT_EQ(m_progress.m_value, 255) << "the host is shown the end";
+    EXPECT_EQ(m_progress.m_text, images.back().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Worker, WorkerFunctions, ::testing::ValuesIn(workerFunctions), WorkerFunctionName());
+
+#ifdef Q_OS_LINUX
+
+TEST_F(WorkerStages, LeaveNothingWhereTheyAreCancelled)
+{
+    // Stages of one name are the same code, whatever the function.
+    std::set<QString> seen;
+    for (const WorkerFunction &function : workerFunctions) {
+        const QStringList before = filesOfSite();
+        for (const QString &stage : stagesOf(function)) {
+            if (!seen.insert(stage).second)
+                continue;
+            SCOPED_TRACE(std::string(function.name) + ": " + stage.toStdString());
+            EXPECT_TRUE(cancelSurelyIn(function, stage));
+            EXPECT_EQ(workers(), QList<qint64>());
+            expectNoHalfResult(function, before);
+        }
+    }
+}
+
+TEST_F(WorkerStages, CanBeRunAgainAfterACancelledRun)
+{
+    const WorkerFunction &function = functionOf(Function_split_euclidean);
+    ASSERT_TRUE(cancelSurelyIn(function, QStringLiteral("writing the clusters")));
+    EXPECT_EQ(run(function, parametersOf(function)), ActResult_Success);
+    EXPECT_EQ(inFile(destination(function.product)).points, pointCount());
+}
+
+#endif
