@@ -60,3 +60,9 @@ run(${CXX} -std=c++17 -fPIC ${extra_flags} ${SOURCE_DIR}/host.cpp -o ${WORK_DIR}
 run(${WORK_DIR}/pkg-host ${WORK_DIR}/survey.las ${WORK_DIR}/survey.blk)
 
 run(${WORK_DIR}/prefix/bin/ptcloud dump ${WORK_DIR}/survey.blk)
+# The installed worker, where there is one, needs nothing but the prefix that it lies in.
+if(EXISTS ${WORK_DIR}/prefix/bin/open3d_wrapper)
+  unset(ENV{LD_LIBRARY_PATH})
+  expect("[1-9][0-9 ]* triangles in 1 blocks" ${WORK_DIR}/prefix/bin/ptcloud mesh quarry hill --method ball-pivoting
+    -p ${WORK_DIR}/project)
+endif()
