@@ -94,7 +94,7 @@ void measure(std::size_t count)
         const auto part = [&](const char *name, auto step) { report(name, step); };
         GroundAndNoise found;
         GroundModel ground;
-        part("  ground and low noise", [&] { found = findGround(points, quiet); });
+        part("  ground and low noise", [&] { found = findGround(points, nullptr, quiet); });
         part("  triangulation", [&] { ground = makeGroundModel(points, found.isGround, quiet); });
         part("  height map", [&] { makeHeightMap(ground, pixels, quiet); });
         part("  contours", [&] {

@@ -85,6 +85,20 @@ TEST(ClothFilter, FindsTheGroundOfSlopesWithHousesAndTrees)
     }
 }
 
+TEST(ClothFilter, FindsTheGroundAtEveryScale)
+{
+    for (const float scale : {0.02F, 0.1F, 10.0F, 40.0F}) {
+        SCOPED_TRACE(scale);
+        GroundScene scene = tiltedScene(10);
+        for (pcVec3f &point : scene.points)
+            point *= scale;
+        ClothParameters parameters;
+        parameters.clothResolution *= static_cast<double>(scale);
+        parameters.classThreshold *= static_cast<double>(scale);
+        expectGround(scene, cloth(scene.points, parameters));
+    }
+}
+
 TEST(ClothFilter, LeavesBridgesOut)
 {
     const GroundScene gorge = bridgeScene(1);
@@ -183,16 +197,30 @@ TEST(LowNoise, IsFarBelowAllAround)
         EXPECT_EQ(countOf(lowNoise(points, quiet)), 0U);
 }
 
+TEST(GroundFilter, TakesNoBuildingOfTheSourceForGround)
+{
+    // A hall that ends where the survey ends, with nothing to tell that its roof is no terrace.
+    const GroundScene scene = scatterScene(120, [](double x, double y, GroundScene &all) {
+        const bool isHall = x > 20;
+        all.add(x, y, isHall ? 6 : 0, !isHall);
+    });
+    std::vector<unsigned char> classes;
+    for (const bool isGround : scene.isGround)
+        classes.push_back(isGround ? 0 : 6);
+    EXPECT_GT(countOf(findGround(scene.points, nullptr, quiet).isGround), scene.points.size() * 9 / 10);
+    EXPECT_EQ(findGround(scene.points, classes.data(), quiet).isGround, scene.isGround);
+}
+
 TEST(GroundFilter, FindsGroundAboveNoise)
 {
     GroundScene scene = tiltedScene(10);
     const std::size_t clean = scene.points.size();
     scene.add(0, 0, -20, false);
     scene.add(20, 10, -30, false);
-    const GroundAndNoise found = findGround(scene.points, quiet);
+    const GroundAndNoise found = findGround(scene.points, nullptr, quiet);
     expectGround(scene, found.isGround);
     EXPECT_EQ(countOf(found.isNoise), 2U);
     EXPECT_TRUE(found.isNoise[clean] && found.isNoise[clean + 1]);
     for (const Points &points : poorClouds())
-        EXPECT_EQ(findGround(points, quiet).isGround.size(), points.size());
+        EXPECT_EQ(findGround(points, nullptr, quiet).isGround.size(), points.size());
 }

@@ -214,7 +214,7 @@ QString runTerrain(const Parameters &parameters, Progress &progress)
     ProgressPart reading(progress, 0, readEnd);
     const SourceCloud cloud(source, reading);
     ProgressPart filtering(progress, readEnd, groundEnd);
-    const GroundAndNoise found = findGround(cloud.points(), filtering);
+    const GroundAndNoise found = findGround(cloud.points(), cloud.array().m_classification, filtering);
     ProgressPart triangulating(progress, groundEnd, surfaceEnd);
     GroundModel ground = makeGroundModel(cloud.points(), found.isGround, triangulating);
     QString told = QStringLiteral("a ground of %1 triangles over %2 of %3 points%4")

@@ -12,9 +12,10 @@ namespace
 // Rows that one thread takes at a time; even, so that the pairs of rows that begin at an even one lie in one band.
 constexpr std::size_t bandRows = 32;
 constexpr std::size_t blockSize = 32; // nodes along each side of what the cloth's beginning goes by
-constexpr float smallGap = 0.01F;     // metres below the stops, so that no particle begins fixed
 constexpr float keptSpeed = 0.97F;    // of a round's speed, the rest is friction; with less, the cloth swings too high
-constexpr float restful = 0.0005F;    // metres in a round: nothing moves any more
+constexpr float gapOfPull = 0.25F;    // below the stops, so that no particle begins fixed
+constexpr float restOfPull = 0.0125F; // in a round: nothing moves any more
+constexpr float leastPull = 2e-6F;    // of the greatest height: floats don't hold much smaller steps
 
 /// Takes back part of the difference of two neighbours. A fixed one is one that has reached its stop. Without branches,
 /// so that compilers do several pairs at once.
@@ -29,10 +30,12 @@ inline void pullTogether(float &a, float &b, float stopA, float stopB, const Clo
 
 } // namespace
 
-Cloth::Cloth(int columns, std::vector<float> stops)
+Cloth::Cloth(int columns, std::vector<float> stops, double pull)
     : m_columns(static_cast<std::size_t>(columns)), m_rows(m_columns == 0 ? 0 : stops.size() / m_columns),
-      m_stops(std::move(stops))
+      m_stops(std::move(stops)), m_pull(static_cast<float>(pull))
 {
+    for (const float stop : m_stops)
+        m_pull = std::max(m_pull, std::abs(stop) * leastPull);
     beginBelowStops();
 }
 
@@ -59,7 +62,7 @@ void Cloth::beginBelowStops()
         const float fromBelow = static_cast<float>(row % blockSize) / blockSize;
         const float low = corner[0] + (corner[1] - corner[0]) * fromLeft;
         const float high = above[0] + (above[1] - above[0]) * fromLeft;
-        m_heights[node] = std::min(low + (high - low) * fromBelow, m_stops[node]) - smallGap;
+        m_heights[node] = std::min(low + (high - low) * fromBelow, m_stops[node]) - m_pull * gapOfPull;
     }
     m_earlier = m_heights;
 }
@@ -69,10 +72,10 @@ std::size_t Cloth::bandCount() const
     return (m_rows + bandRows - 1) / bandRows;
 }
 
-void Cloth::rise(int rounds, int rigidness, double pull, Progress &progress)
+void Cloth::rise(int rounds, int rigidness, Progress &progress)
 {
     const float single = 1.0F - std::ldexp(1.0F, -rigidness);
-    const Force force{static_cast<float>(pull), single, single / 2};
+    const Force force{m_pull, single, single / 2};
     std::vector<int> moved(bandCount());
     for (int round = 0; round < rounds; ++round) {
         parallelFor(moved.size(), [&](std::size_t band) { moved[band] = moveBand(band, force); });
@@ -112,6 +115,7 @@ int Cloth::moveRow(std::size_t row, const Force &force)
     float *const height = m_heights.data() + row * m_columns;
     float *const earlier = m_earlier.data() + row * m_columns;
     const float *const stop = m_stops.data() + row * m_columns;
+    const float restful = force.pull * restOfPull;
     int moved = 0;
     for (std::size_t i = 0; i < m_columns; ++i) {
         const float now = height[i];

@@ -20,20 +20,21 @@ public:
     /// What moves the particles in a round.
     struct Force
     {
-        float pull;   ///< rise of a particle at rest, in metres
+        float pull;   ///< rise of a particle at rest
         float single; ///< part of the difference that a free particle beside a fixed one takes back
         float shared; ///< part that either of two free particles takes back: half of it
     };
 
     /// `stops` holds the height of each node's stop, row by row. The cloth begins below all of them, near enough that
     /// the rounds it needs do not grow with the heights of mountains.
-    Cloth(int columns, std::vector<float> stops);
+    ///
+    /// `pull` is the rise in the first round, in the units of the heights. In proportion to the distance between
+    /// particles it makes the cloth act alike on a hill and on a model of it. What counts as rest goes by it as well.
+    Cloth(int columns, std::vector<float> stops, double pull);
 
     /// Runs up to `rounds` rounds, fewer when nothing moves any more. Each of `rigidness` halvings of the difference
-    /// between neighbours makes the cloth stiffer. `pull` is the rise in the first round, in metres. A cloth hangs
-    /// through between its supports in proportion to pull times particles squared, so a pull in proportion to the
-    /// square of the distance between particles makes cloths alike at every resolution.
-    void rise(int rounds, int rigidness, double pull, Progress &progress);
+    /// between neighbours makes the cloth stiffer.
+    void rise(int rounds, int rigidness, Progress &progress);
     /// Fixes free particles beside fixed ones whose stops differ by less than `largestStep`, and so on from those: a
     /// cloth spans steep slopes, where the ground goes on without a break. Only particles that came within `largestGap`
     /// of their stop follow, or the deck of a bridge would follow the road.
@@ -53,6 +54,7 @@ private:
     std::size_t m_columns;
     std::size_t m_rows;
     std::vector<float> m_stops;
+    float m_pull;
     std::vector<float> m_heights;
     std::vector<float> m_earlier; ///< heights one round ago
 };

@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr double gravity = 0.1; // in a round, for particles one metre apart
+constexpr double gravity = 0.1; // rise in a round of time step 1, as a share of the distance between particles
 
 void checkRange(const char *key, double value, double lowest, double highest, const char *meaning)
 {
@@ -93,10 +93,10 @@ std::vector<bool> clothGround(const Points &points, const ClothParameters &param
         return isGround;
     progress.stage(QStringLiteral("laying out the cloth"), 0, 0.1);
     const ClothLattice lattice(points, parameters.clothResolution);
-    Cloth cloth(lattice.columns(), lattice.stops(points));
+    const double pull = gravity * parameters.timeStep * parameters.timeStep * parameters.clothResolution;
+    Cloth cloth(lattice.columns(), lattice.stops(points), pull);
     progress.stage(QStringLiteral("pressing the cloth against the ground"), 0.1, 0.9);
-    const double step = parameters.timeStep * parameters.clothResolution;
-    cloth.rise(parameters.iterations, parameters.rigidness, gravity * step * step, progress);
+    cloth.rise(parameters.iterations, parameters.rigidness, progress);
     progress.stage(QStringLiteral("telling ground from the rest"), 0.9, 1);
     if (parameters.slopeSmooth)
         cloth.followSlopes(parameters.classThreshold, 2 * parameters.classThreshold);

@@ -2,6 +2,7 @@
 
 #include "ClothFilter.h"
 #include "LowNoise.h"
+#include "TerrainClasses.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,14 +20,17 @@ double latticeStep(const Points &points, double wanted)
     return std::max(wanted, std::sqrt(2 * area / static_cast<double>(points.size())));
 }
 
-GroundAndNoise findGround(const Points &points, Progress &progress)
+GroundAndNoise findGround(const Points &points, const unsigned char *earlier, Progress &progress)
 {
     ProgressPart first(progress, 0, 0.1);
     GroundAndNoise found{std::vector<bool>(points.size()), lowNoise(points, first)};
+    const auto mayBeGround = [&](std::size_t i) {
+        return !found.isNoise[i] && (earlier == nullptr || earlier[i] != TerrainClass_Building);
+    };
     Points clean;
     clean.reserve(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
-        if (!found.isNoise[i])
+        if (mayBeGround(i))
             clean.push_back(points[i]);
     }
     ClothParameters parameters;
@@ -35,7 +39,7 @@ GroundAndNoise findGround(const Points &points, Progress &progress)
     const std::vector<bool> isGround = clothGround(clean, parameters, second);
     auto next = isGround.begin();
     for (std::size_t i = 0; i < points.size(); ++i) {
-        if (!found.isNoise[i])
+        if (mayBeGround(i))
             found.isGround[i] = *next++;
     }
     return found;

@@ -11,8 +11,10 @@ struct GroundAndNoise
 };
 
 /// The ground of a survey, without a parameter: low noise is taken out, and `clothGround` with its defaults finds the
-/// ground of the rest. The cloth is coarser where the cloud is sparse.
-GroundAndNoise findGround(const Points &points, Progress &progress);
+/// ground of the rest. The cloth is coarser where the cloud is sparse. `earlier` are the classes of the source, or
+/// null: what it calls a building is no ground, and large flat roofs near the border are hard to tell from it
+/// otherwise.
+GroundAndNoise findGround(const Points &points, const unsigned char *earlier, Progress &progress);
 
 /// The wanted distance of lattice nodes, or as much more as makes it a node for each two points.
 double latticeStep(const Points &points, double wanted);
