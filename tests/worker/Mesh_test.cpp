@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <random>
 
 using namespace ptCloud;
 using namespace support;
@@ -64,6 +65,49 @@ Points lattice(int side, int layers)
     return points;
 }
 
+/// Points of a surface, and which way is out of it.
+struct FacedPoints
+{
+    Points points;
+    Points outwards;
+
+    /// Scatters points over the parallelogram from `corner` along two edges, `spacing` apart on the average.
+    void addFace(const pcVec3d &corner, const pcVec3d &along, const pcVec3d &across, double spacing)
+    {
+        pcVec3d normal = along ^ across;
+        const auto count = static_cast<int>(normal.length() / (spacing * spacing));
+        normal.normalize();
+        for (int i = 0; i < count; ++i) {
+            const pcVec3d place = corner + along * m_unit(m_random) + across * m_unit(m_random);
+            points.push_back(static_cast<pcVec3f>(place + normal * (m_noise(m_random) * spacing)));
+            outwards.push_back(static_cast<pcVec3f>(normal));
+        }
+    }
+
+private:
+    std::mt19937 m_random{5};
+    std::uniform_real_distribution<double> m_unit{0, 1};
+    std::normal_distribution<double> m_noise{0, 0.05};
+};
+
+/// A house in the middle of a yard. Its roof, on which no wall agrees with both sides, has eaves.
+FacedPoints house(double spacing)
+{
+    FacedPoints scene;
+    const double far = 14;
+    scene.addFace({-far, -far, 0}, {2 * far, 0, 0}, {0, far - 4, 0}, spacing);
+    scene.addFace({-far, 4, 0}, {2 * far, 0, 0}, {0, far - 4, 0}, spacing);
+    scene.addFace({-far, -4, 0}, {far - 5, 0, 0}, {0, 8, 0}, spacing);
+    scene.addFace({5, -4, 0}, {far - 5, 0, 0}, {0, 8, 0}, spacing);
+    scene.addFace({-5, -4, 0}, {10, 0, 0}, {0, 0, 4}, spacing);
+    scene.addFace({5, 4, 0}, {-10, 0, 0}, {0, 0, 4}, spacing);
+    scene.addFace({5, -4, 0}, {0, 8, 0}, {0, 0, 4}, spacing);
+    scene.addFace({-5, 4, 0}, {0, -8, 0}, {0, 0, 4}, spacing);
+    scene.addFace({-6, -5, 4}, {12, 0, 0}, {0, 5, 3}, spacing);
+    scene.addFace({6, 5, 4}, {-12, 0, 0}, {0, -5, 3}, spacing);
+    return scene;
+}
+
 } // namespace
 
 TEST(Normals, OfABallPointOutwards)
@@ -87,6 +131,19 @@ TEST(Normals, OfEachThingByItself)
     for (std::size_t i = 0; i < points.size(); ++i) {
         const pcVec3f middle = i < ballPoints ? pcVec3f() : pcVec3f(100, 0, -70);
         EXPECT_GT(normals[i] * (points[i] - middle), 0) << i;
+    }
+}
+
+TEST(Normals, AgreeAcrossEdges)
+{
+    for (const double spacing : {0.08, 0.12, 0.2, 0.3}) {
+        SCOPED_TRACE(spacing);
+        const FacedPoints scene = house(spacing);
+        const Points normals = consistentNormals(scene.points);
+        std::size_t inwards = 0;
+        for (std::size_t i = 0; i < normals.size(); ++i)
+            inwards += normals[i] * scene.outwards[i] < 0 ? 1 : 0;
+        EXPECT_LT(inwards, normals.size() / 100);
     }
 }
 

@@ -136,6 +136,33 @@ private:
     std::vector<unsigned char> m_turned; ///< against the parent
 };
 
+/// What tells the outer side of normals that agree: ground, roofs and whatever else is open to the sky face up on the
+/// whole; a body that is closed does so at its highest point.
+class Tally
+{
+public:
+    void add(const pcVec3f &point, const pcVec3f &normal)
+    {
+        if (m_count == 0 || point.z() > m_top) {
+            m_top = point.z();
+            m_isTopDown = pointsDown(normal);
+        }
+        ++m_count;
+        m_rise += static_cast<double>(normal.z());
+    }
+    bool isInsideOut() const
+    {
+        constexpr double openShare = 0.2;
+        return std::fabs(m_rise) > openShare * m_count ? m_rise < 0 : m_isTopDown;
+    }
+
+private:
+    std::uint32_t m_count = 0;
+    float m_top = 0;
+    bool m_isTopDown = false;
+    double m_rise = 0;
+};
+
 std::vector<Edge> neighbourEdges(const PointTree &tree, const Points &normals)
 {
     const Points &points = tree.points();
@@ -167,21 +194,15 @@ void makeConsistent(const PointTree &tree, Points &normals)
     for (const Edge &edge : neighbourEdges(tree, normals))
         agreement.join(edge.a, edge.b, normals[edge.a] * normals[edge.b] < 0);
 
-    std::vector<std::uint32_t> highest(points.size());
-    std::iota(highest.begin(), highest.end(), 0U);
-    for (std::uint32_t i = 0; i < points.size(); ++i) {
-        std::uint32_t &top = highest[agreement.find(i).root];
-        if (points[i].z() > points[top].z())
-            top = i;
-    }
-    std::vector<bool> isTurned(points.size());
+    std::vector<Tally> tallies(points.size());
     for (std::uint32_t i = 0; i < points.size(); ++i) {
         const Agreement::Place place = agreement.find(i);
-        const std::uint32_t top = highest[place.root];
-        isTurned[i] = place.isTurned != (agreement.find(top).isTurned != pointsDown(normals[top]));
+        if (place.isTurned)
+            normals[i] = -normals[i];
+        tallies[place.root].add(points[i], normals[i]);
     }
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        if (isTurned[i])
+    for (std::uint32_t i = 0; i < points.size(); ++i) {
+        if (tallies[agreement.find(i).root].isInsideOut())
             normals[i] = -normals[i];
     }
 }

@@ -6,7 +6,7 @@
 /// How the two sides of a normal are told apart.
 enum class NormalSide {
     Upward,    ///< each normal points up by itself: fast, and right for terrain
-    Consistent ///< neighbours agree, and the highest point of what hangs together points up: for closed objects
+    Consistent ///< neighbours agree, and what hangs together faces up on the whole, or where it is closed at its top
 };
 
 /// One normal of length 1 for each point: the direction in which its 16 nearest neighbours spread least.
