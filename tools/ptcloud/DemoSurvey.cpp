@@ -129,9 +129,11 @@ bool DemoSurvey::treeAt(double x, double y, Surface &surface) const
     const double inside = 1.0 - (dx * dx + dy * dy) / (radius * radius);
     if (inside <= 0.0)
         return false;
-    const double top = groundAt(middleX, middleY) + 4.0 + 10.0 * unit(mix(hash + 1));
+    const double height = 4.0 + 10.0 * unit(mix(hash + 1));
+    const double depth = std::min(radius, height - 3.0); // no crown reaches the ground
+    const double top = groundAt(middleX, middleY) + height;
     const double green = 0.3 + 0.25 * unit(mix(hash + 2));
-    surface = {top - radius * (1.0 - std::sqrt(inside)), 5, shade(0.16), shade(green), shade(0.12), 600, true};
+    surface = {top - depth * (1.0 - std::sqrt(inside)), 5, shade(0.16), shade(green), shade(0.12), 600, true};
     return true;
 }
 
