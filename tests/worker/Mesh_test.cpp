@@ -166,7 +166,7 @@ TEST(Normals, AreNotThereForALine)
     Points line;
     for (int i = 0; i < 50; ++i)
         line.emplace_back(static_cast<float>(i), static_cast<float>(2 * i), 3.0F);
-    for (const std::size_t count : {0, 1, 2, 3, 50}) {
+    for (const std::size_t count : {0U, 1U, 2U, 3U, 50U}) {
         const Points part(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(count));
         EXPECT_EQ(codeOf([&] { consistentNormals(part); }), ExitCode::Normals) << count;
     }
@@ -282,7 +282,7 @@ TEST(AlphaShape, NeedsFivePointsApart)
 {
     AlphaParameters parameters;
     const Points points = lattice(3, 3);
-    for (const std::size_t count : {0, 1, 2, 3, 4}) {
+    for (const std::size_t count : {0U, 1U, 2U, 3U, 4U}) {
         Points few(points.begin(), points.begin() + static_cast<std::ptrdiff_t>(count));
         few.resize(count * 3, count == 0 ? pcVec3f() : few.front());
         EXPECT_EQ(codeOf([&] { alphaShape(few, {}, parameters, quiet); }), ExitCode::Hull) << count;
