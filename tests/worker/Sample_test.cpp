@@ -66,7 +66,7 @@ void expectIndices(const std::vector<std::uint32_t> &indices, std::size_t count,
 TEST(SampleElimination, GivesAsManyAsAreWanted)
 {
     const Points points = square(3000, 30);
-    for (const std::size_t count : {0, 1, 2, 10, 300, 1500, 2999, 3000, 5000}) {
+    for (const std::size_t count : {0U, 1U, 2U, 10U, 300U, 1500U, 2999U, 3000U, 5000U}) {
         SCOPED_TRACE(count);
         expectIndices(eliminateSamples(points, count, quiet), std::min<std::size_t>(count, 3000), 3000);
     }
@@ -76,7 +76,7 @@ TEST(SampleElimination, KeepsPointsApart)
 {
     constexpr double side = 50;
     constexpr std::size_t count = 400;
-    for (const std::size_t points : {2000, 20000}) {
+    for (const std::size_t points : {2000U, 20000U}) {
         const Points all = square(points, side);
         const Points kept = pick(all, eliminateSamples(all, count, quiet));
         EXPECT_GT(leastDistance(kept), 2 * packingRadius(side, count) * 0.6) << points;
@@ -132,7 +132,7 @@ TEST(SampleElimination, ThinsCrowdsFirst)
 
 TEST(SampleElimination, IsThatOfTheDefinition)
 {
-    for (const unsigned int seed : {1, 2, 3, 4, 5}) {
+    for (const unsigned int seed : {1U, 2U, 3U, 4U, 5U}) {
         SCOPED_TRACE(seed);
         constexpr double side = 20;
         constexpr std::size_t count = 60;
