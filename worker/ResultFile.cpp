@@ -16,10 +16,15 @@ namespace
     throw Failure(ExitCode::WriteDest, QStringLiteral("the result %1 can't be written: %2").arg(destination, why));
 }
 
+QString temporaryPathOf(const QString &destination)
+{
+    return destination + QStringLiteral(".part");
+}
+
 } // namespace
 
 ResultFile::ResultFile(const QString &destination)
-    : m_destination(destination), m_temporaryPath(destination + QStringLiteral(".part"))
+    : m_destination(destination), m_temporaryPath(temporaryPathOf(destination))
 {
     if (destination.isEmpty())
         throw Failure(ExitCode::WriteDest, QStringLiteral("the path of the result is empty"));
@@ -48,9 +53,11 @@ void ResultFile::commit()
 
 void ResultFile::check(const QString &destination, const QString &source)
 {
-    const ResultFile result(destination);
     if (platform::isSameFile(destination, source))
         refuse(destination, QStringLiteral("it is the source"));
+    if (platform::isSameFile(temporaryPathOf(destination), source))
+        refuse(destination, QStringLiteral("the source has the name that it takes until it is whole"));
+    const ResultFile result(destination);
     if (QFileInfo(destination).isDir())
         refuse(destination, QStringLiteral("a directory stands there"));
     QFile trial(result.temporaryPath());

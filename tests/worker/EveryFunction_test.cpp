@@ -7,6 +7,7 @@
 #include <iterator>
 #include <ostream>
 #include <set>
+#include <utility>
 
 using namespace ptCloud;
 using namespace support;
@@ -258,12 +259,15 @@ TEST_P(EveryFunction, EndsWith5WhereTheResultWouldReplaceTheSource)
 {
     ASSERT_TRUE(writeSource(source(), toFloats(hills(500, 20))));
     const QByteArray before = readFile(source());
-    for (const char *destination : {"source", "./source"}) {
-        const QByteArray path = m_worker.path(destination).toUtf8();
-        const WorkerDirectory::End end = m_worker.run(GetParam().settings + m_worker.paths("source", destination)
-                                                      + "meshAbsFilepath=" + path + "\n");
+    ASSERT_TRUE(QFile::copy(source(), m_worker.path("halved.part")));
+    // The last is the name that the result has until it is whole.
+    const std::pair<const char *, const char *> runs[] = {
+        {"source", "source"}, {"source", "./source"}, {"halved.part", "halved"}};
+    for (const auto &[from, to] : runs) {
+        const WorkerDirectory::End end = m_worker.run(GetParam().settings + m_worker.paths(from, to)
+                                                      + "meshAbsFilepath=" + m_worker.path(to).toUtf8() + "\n");
         EXPECT_EQ(end.code, 5) << end.errors.constData();
-        EXPECT_EQ(readFile(source()), before);
+        EXPECT_EQ(readFile(m_worker.path(from)), before);
     }
 }
 

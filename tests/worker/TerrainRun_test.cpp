@@ -184,6 +184,7 @@ TEST_F(TerrainRun, RefusesParametersThatCantBe)
     EXPECT_EQ(codeOf(terrain("120", "0")), 2);
     EXPECT_EQ(codeOf(terrain("120", "many")), 2);
     EXPECT_EQ(codeOf(terrain() + "contourAbsFilepath=" + worker.path("mesh").toUtf8() + "\n"), 2);
+    EXPECT_EQ(codeOf(terrain() + "contourAbsFilepath=" + worker.path(".map.png.json").toUtf8() + "\n"), 2);
     EXPECT_EQ(codeOf(terrain() + "dest_filepath=\n"), 5);
     EXPECT_EQ(codeOf("function=3\n" + worker.paths()), 5);
     EXPECT_EQ(codeOf(terrain() + "meshAbsFilepath=/nowhere/mesh\n"), 5);

@@ -36,6 +36,13 @@ constexpr double classesEnd = 0.85;
 
 constexpr int mostSteps = 10000;
 
+/// Beside the picture and hidden: a data set's directory is cleared of other files that a listing shows.
+QString sideFileOf(const QString &picture)
+{
+    const QFileInfo info(picture);
+    return info.dir().filePath(QStringLiteral(".%1.json").arg(info.fileName()));
+}
+
 /// The products: an empty path leaves one out.
 struct TerrainParameters
 {
@@ -64,6 +71,8 @@ struct TerrainParameters
     void checkPaths(const QString &source) const
     {
         QStringList paths{mesh, heightMap, contours, classes};
+        if (!heightMap.isEmpty())
+            paths << sideFileOf(heightMap);
         paths.removeAll(QString());
         if (paths.isEmpty())
             throw Failure(ExitCode::WriteDest, QStringLiteral("no path of a terrain product is given"));
@@ -84,13 +93,6 @@ void writeBytes(const QString &destination, const QByteArray &bytes)
         result.fail();
     file.close();
     result.commit();
-}
-
-/// Beside the picture and hidden: a data set's directory is cleared of other files that a listing shows.
-QString sideFileOf(const QString &picture)
-{
-    const QFileInfo info(picture);
-    return info.dir().filePath(QStringLiteral(".%1.json").arg(info.fileName()));
 }
 
 /// The picture tells in its own text, too, what the side file says, and keeps it when it is copied alone.
