@@ -20,7 +20,7 @@ ptcloud=$root/build/demo-build/bin/ptcloud
 step() { printf '\n--- %s\n' "$1"; }
 
 cd "$out"
-rm -rf project survey.ptcloud west.las east.las ./*.png
+rm -rf project survey.ptcloud west.las east.las
 
 step "A survey of 2 million points: rolling ground, buildings, trees, flown in strips"
 "$ptcloud" demo-las survey.las --points 2000000
