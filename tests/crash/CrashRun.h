@@ -1,0 +1,67 @@
+#pragma once
+
+#include "CutStep.h"
+#include "KilledHost.h"
+#include "ProjectModel.h"
+
+#include <QTemporaryDir>
+
+#include <map>
+#include <ostream>
+
+namespace ptCloud
+{
+class PtCloud_Controller;
+}
+
+namespace crash
+{
+
+/// Kills hosts at work on one project after the other, and looks after each kill at what is left.
+class CrashRun
+{
+public:
+    explicit CrashRun(quint32 seed);
+
+    /// Kills one host. Gives what is wrong with the project then, one line each; with nothing wrong, the next host can
+    /// go on with it.
+    QStringList killOne();
+
+    int kills() const { return m_kills; }
+    /// The table of all kills so far.
+    void print(std::ostream &out) const;
+
+private:
+    struct Count
+    {
+        int begun = 0;
+        int killed = 0;
+    };
+
+    void startAfresh();
+    bool replay(const std::vector<JournalEntry> &journal);
+    void lookAtDisk(const JournalEntry &last);
+    void openAgain();
+    void recover(ptCloud::PtCloud_Controller &controller, const QMap<QString, QString> &lasFiles);
+    void compareWithModel(ptCloud::PtCloud_Controller &controller);
+    void countWhatIsGone(const Project &before);
+    void complain(const QString &line) { m_wrong.append(line); }
+    QString projectDir() const { return m_dir.filePath(QStringLiteral("work/project")); }
+
+    QTemporaryDir m_dir;
+    std::mt19937 m_random;
+    ProjectModel m_model;
+    Project m_project; ///< as it must be now
+    QStringList m_wrong;
+    QSet<Told> m_told; ///< met at this kill
+
+    int m_kills = 0;
+    int m_byTheClock = 0;
+    int m_betweenSteps = 0;
+    int m_projects = 0;
+    int m_failures = 0;
+    std::map<QString, Count> m_counts;
+    int m_toldCounts[toldCount] = {};
+};
+
+} // namespace crash
