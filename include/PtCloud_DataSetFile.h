@@ -29,7 +29,8 @@ class LasFile;
 ///
 /// The object is closed (no file, sort 0, no columns, no blocks) or open for reading; a builder opens, writes and
 /// always leaves it closed. Every block is read into one buffer of the object, made by `openFile` for the largest
-/// block, so that `readBlock` allocates nothing. A file that fails any check is refused whole. One thread at a time.
+/// block, so that `readBlock` allocates nothing. A file that fails any check is refused whole, and so is one whose
+/// builder was killed. One thread at a time.
 class POINTS_CLOUD_EXPORT PtCloud_DataSetFile : public IDataSetReader
 {
 public:
@@ -125,6 +126,7 @@ private:
     bool open(bool forWriting);
     bool readHead();
     bool writeHead();
+    bool writeFormatWord();
     bool readToBufBlock(int key);
     bool writeBufBlock(const stPtCloud_PointArray *array);
     bool reallocBufMems(unsigned int points, bool withTriangles, unsigned int triangles);

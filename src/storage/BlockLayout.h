@@ -14,6 +14,7 @@ class BlockLayout
 {
 public:
     static constexpr quint32 formatWord = 1;
+    static constexpr quint32 unfinishedWord = 0; ///< in its place while a builder is at work
     static constexpr qint64 wordSize = 4;
     static constexpr qint64 firstColumnAt = 3 * wordSize; ///< behind format word, sort and column count
     static constexpr qint64 boxSize = 6 * wordSize;

@@ -251,7 +251,7 @@ bool PtCloud_DataSetFile::writeHead()
         return false;
     }
 
-    QVector<quint32> words = {BlockLayout::formatWord, static_cast<quint32>(m_sortType),
+    QVector<quint32> words = {BlockLayout::unfinishedWord, static_cast<quint32>(m_sortType),
                               static_cast<quint32>(m_columns.size())};
     for (const EDataSetColumn column : qAsConst(m_columns))
         words.append(static_cast<quint32>(column));
@@ -265,6 +265,13 @@ bool PtCloud_DataSetFile::writeHead()
             return false;
     }
     return true;
+}
+
+/// Ends a build. Until here a reader refuses the file: the head has room for all points at once, so what a process
+/// that was killed left of them could not be told from points.
+bool PtCloud_DataSetFile::writeFormatWord()
+{
+    return m_file->seek(0) && writeBytes(&BlockLayout::formatWord, BlockLayout::wordSize) && m_file->flush();
 }
 
 bool PtCloud_DataSetFile::readToBufBlock(int key)

@@ -27,6 +27,9 @@ bool PtCloud_DataSetFile::finishFile(Build build)
     } catch (const std::bad_alloc &) {
         done = false;
     }
+    // A failure is told by the result, and the head stands in front of what was written all the same.
+    if (m_file && m_file->size() != 0)
+        done = writeFormatWord() && done;
     closeFile();
     return done;
 }
