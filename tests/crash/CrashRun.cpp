@@ -38,39 +38,68 @@ void CrashRun::startAfresh()
     m_project = Project();
 }
 
+/// Puts a file into the project which has no part in it, and waits to be swept.
+void CrashRun::putStray()
+{
+    const QString name = QStringLiteral("notes.txt");
+    support::writeFile(projectDir() + QLatin1Char('/') + name, "stray");
+    m_project.files[name] = "stray";
+}
+
 QStringList CrashRun::killOne()
 {
-    m_wrong.clear();
-    m_told.clear();
     if (m_random() % killsOfAProject == 0)
         startAfresh();
-    // Of each kill, one thing that has no part in the project waits to be swept.
-    const QString stray = QStringLiteral("notes.txt");
-    support::writeFile(projectDir() + QLatin1Char('/') + stray, "stray");
-    m_project.files[stray] = "stray";
-
-    const KilledHost host = killOneHost(projectDir(), m_dir.filePath(QStringLiteral("las")),
-                                        m_dir.filePath(QStringLiteral("journal")), m_random);
-    ++m_kills;
-    m_byTheClock += host.byTheClock ? 1 : 0;
-    if (!host.isKilled)
-        complain(QStringLiteral("the host was not killed"));
-    if (replay(host.journal))
-        openAgain();
-    if (!m_wrong.isEmpty()) {
-        ++m_failures;
-        const QString step = host.journal.empty() ? QString() : host.journal.back().step.text();
-        m_wrong.prepend(
-            QStringLiteral("kill %1, %2, step %3: %4").arg(m_kills).arg(host.how).arg(host.journal.size()).arg(step));
-        startAfresh();
-    }
-    for (const Told told : qAsConst(m_told))
-        ++m_toldCounts[static_cast<int>(told)];
+    putStray();
+    const HostOrder order = HostOrder::random(m_random);
+    const HostEnd end = runHost(m_dir.path(), order);
+    lookAt(order, end);
+    if (!end.isKilled)
+        complain(order.text() + QStringLiteral(" was not killed"));
     return m_wrong;
 }
 
-/// Takes the model through what the host did, and compares the disk with it. False if there is nothing to go on with.
-bool CrashRun::replay(const std::vector<JournalEntry> &journal)
+QStringList CrashRun::killWithinLast(const QStringList &lines, long call, bool &isKilled)
+{
+    startAfresh();
+    putStray();
+    HostOrder order;
+    order.lines = lines;
+    order.step = lines.size() - 1;
+    order.call = call;
+    order.share = 128;
+    const HostEnd end = runHost(m_dir.path(), order);
+    isKilled = end.isKilled;
+    return lookAt(order, end);
+}
+
+/// Compares what a host left with the model. What is wrong is also counted, and the project given up.
+QStringList CrashRun::lookAt(const HostOrder &order, const HostEnd &end)
+{
+    m_wrong.clear();
+    m_told.clear();
+    ++m_kills;
+    m_byTheClock += order.microseconds.has_value() ? 1 : 0;
+    replay(end.journal);
+    if (m_wrong.isEmpty())
+        openAgain();
+    for (const Told told : qAsConst(m_told))
+        ++m_toldCounts[static_cast<int>(told)];
+    if (!m_wrong.isEmpty()) {
+        ++m_failures;
+        const QString step = end.journal.empty() ? QString() : end.journal.back().step.text();
+        m_wrong.prepend(QStringLiteral("kill %1, %2, step %3: %4")
+                            .arg(m_kills)
+                            .arg(order.text())
+                            .arg(end.journal.size())
+                            .arg(step));
+        startAfresh();
+    }
+    return m_wrong;
+}
+
+/// Takes the model through what the host did, and compares the disk with it.
+void CrashRun::replay(const std::vector<JournalEntry> &journal)
 {
     JournalEntry last;
     last.hasEnded = true;
@@ -85,11 +114,10 @@ bool CrashRun::replay(const std::vector<JournalEntry> &journal)
         const int expected = m_model.apply(m_project, entry.step);
         if (entry.result != expected) {
             complain(QStringLiteral("%1 gave %2 instead of %3").arg(entry.step.text()).arg(entry.result).arg(expected));
-            return false;
+            return;
         }
     }
     lookAtDisk(last);
-    return m_wrong.isEmpty();
 }
 
 /// Compares the disk with what the last step may have left, and takes it over as the state to go on with.
@@ -161,19 +189,25 @@ void CrashRun::compareWithModel(ptCloud::PtCloud_Controller &controller)
     const QStringList names = dataSets.keys();
     if (QSet<QString>(names.begin(), names.end()) != m_project.dataSets)
         complain(QStringLiteral("the data sets %1 are registered").arg(names.join(QLatin1Char(' '))));
-    for (auto it = dataSets.cbegin(); it != dataSets.cend(); ++it) {
-        const Showing shown = showingOf(**it);
-        const Showing expected = showingOf(m_project.directories.value(it.key()));
-        if (shown.keys() != expected.keys())
-            complain(QStringLiteral("%1 shows %2").arg(it.key(), shown.keys().join(QLatin1Char(' '))));
-        for (auto content = expected.cbegin(); content != expected.cend(); ++content) {
-            if (shown.value(content.key()) != *content)
-                complain(QStringLiteral("%1 shows other contents in %2").arg(it.key(), content.key()));
-        }
+    for (auto it = dataSets.cbegin(); it != dataSets.cend(); ++it)
+        compareContents(it.key(), **it);
+    QStringList besides = QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    for (const QString &known : {QStringLiteral("project"), QStringLiteral("las"), QStringLiteral("journal")})
+        besides.removeOne(known);
+    if (!besides.isEmpty())
+        complain(QStringLiteral("beside the project lie ") + besides.join(QLatin1Char(' ')));
+}
+
+void CrashRun::compareContents(const QString &name, const ptCloud::PtCloudDataSet &dataSet)
+{
+    const Showing shown = showingOf(dataSet);
+    const Showing expected = showingOf(m_project.directories.value(name));
+    if (shown.keys() != expected.keys())
+        complain(QStringLiteral("%1 shows %2").arg(name, shown.keys().join(QLatin1Char(' '))));
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+        if (shown.value(it.key()) != *it)
+            complain(QStringLiteral("%1 shows other contents in %2").arg(name, it.key()));
     }
-    if (QFileInfo::exists(m_dir.filePath(QStringLiteral("work")))
-        && QDir(m_dir.filePath(QStringLiteral("work"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size() != 1)
-        complain(QStringLiteral("something lies beside the project"));
 }
 
 void CrashRun::print(std::ostream &out) const

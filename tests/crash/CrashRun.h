@@ -11,8 +11,9 @@
 
 namespace ptCloud
 {
+class PtCloudDataSet;
 class PtCloud_Controller;
-}
+} // namespace ptCloud
 
 namespace crash
 {
@@ -23,9 +24,11 @@ class CrashRun
 public:
     explicit CrashRun(quint32 seed);
 
-    /// Kills one host. Gives what is wrong with the project then, one line each; with nothing wrong, the next host can
-    /// go on with it.
+    /// Kills one host at work on what the last one left. Gives what is wrong with the project then, one line each.
     QStringList killOne();
+    /// Lets a host take these steps in an empty project, and kills it at a call within the last of them. Likewise, and
+    /// tells whether the host was killed, or the last step has fewer calls.
+    QStringList killWithinLast(const QStringList &lines, long call, bool &isKilled);
 
     int kills() const { return m_kills; }
     /// The table of all kills so far.
@@ -39,14 +42,17 @@ private:
     };
 
     void startAfresh();
-    bool replay(const std::vector<JournalEntry> &journal);
+    void putStray();
+    QStringList lookAt(const HostOrder &order, const HostEnd &end);
+    void replay(const std::vector<JournalEntry> &journal);
     void lookAtDisk(const JournalEntry &last);
     void openAgain();
     void recover(ptCloud::PtCloud_Controller &controller, const QMap<QString, QString> &lasFiles);
     void compareWithModel(ptCloud::PtCloud_Controller &controller);
+    void compareContents(const QString &name, const ptCloud::PtCloudDataSet &dataSet);
     void countWhatIsGone(const Project &before);
     void complain(const QString &line) { m_wrong.append(line); }
-    QString projectDir() const { return m_dir.filePath(QStringLiteral("work/project")); }
+    QString projectDir() const { return m_dir.filePath(QStringLiteral("project")); }
 
     QTemporaryDir m_dir;
     std::mt19937 m_random;

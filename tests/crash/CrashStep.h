@@ -22,6 +22,11 @@ struct Step
     QString text() const { return words.join(QLatin1Char(' ')); }
 };
 
+inline Step stepOf(const QString &line)
+{
+    return {line.split(QLatin1Char(' '))};
+}
+
 /// What a host wrote down before it was killed: each step before its begin, and its result behind its end. All but the
 /// last have a result.
 struct JournalEntry
@@ -47,7 +52,7 @@ inline std::vector<JournalEntry> readJournal(const QByteArray &bytes)
     const QList<QByteArray> lines = bytes.split('\n');
     for (const QByteArray &line : lines) {
         if (line.startsWith("begin ")) {
-            entries.push_back({{QString::fromUtf8(line.mid(6)).split(QLatin1Char(' '))}, 0, false});
+            entries.push_back({stepOf(QString::fromUtf8(line.mid(6))), 0, false});
         } else if (line.startsWith("end ") && !entries.empty()) {
             entries.back().result = line.mid(4).toInt();
             entries.back().hasEnded = true;

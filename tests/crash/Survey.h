@@ -85,7 +85,7 @@ inline support::LasWriter surveyLas(int survey)
     support::LasWriter writer;
     writer.format = 1;
     writer.hasBounds = true; // the same for all, so that a build from several drops no point; wide, for few blocks
-    writer.maximum = {4 * surveyEdge / 1000.0, 4 * surveyEdge / 1000.0, 200.0};
+    writer.maximum = {8.0 * surveyEdge / 1000.0, 8.0 * surveyEdge / 1000.0, 200.0};
     for (int number = 0; number < surveySize(survey); ++number) {
         const SurveyPoint from = surveyPoint(survey, number);
         support::LasPoint point;

@@ -1,9 +1,9 @@
-// A host that does random things to a project until somebody ends it, and writes down each before and after.
+// A host that does things to a project until somebody ends it, and writes down each before and after.
 //
-//   crash_host PROJECT LAS-DIRECTORY JOURNAL SEED [STEP CALL SHARE]
+//   crash_host PROJECT LAS-DIRECTORY JOURNAL SEED STEP CALL SHARE [LINE...]
 //
-// With STEP it ends itself: at that call, counted from the begin of that step, by which a file of the project changes,
-// see FileCalls.h.
+// It does random things, or the steps of the lines, after which it ends. Where STEP is the number of a step, it is
+// killed: at that call, counted from the begin of the step, by which a file of the project changes, see FileCalls.h.
 
 #include "FileCalls.h"
 #include "HostSteps.h"
@@ -28,25 +28,29 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() < 5)
+    if (arguments.size() < 8)
         return 2;
     qInstallMessageHandler(beSilent);
     QFile journal(arguments.at(3));
     if (!journal.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
         return 2;
     crash::HostSteps host(arguments.at(1), arguments.at(2), arguments.at(4).toUInt());
-    const int lastStep = arguments.size() == 8 ? arguments.at(5).toInt() : mostSteps;
+    const QStringList lines = arguments.mid(8);
     std::puts("at work");
     std::fflush(stdout);
-    crash::Step step = crash::HostSteps::opening();
-    for (int count = 0; count < mostSteps; ++count) {
-        if (count == lastStep) {
+    const int steps = lines.isEmpty() ? mostSteps : lines.size();
+    for (int count = 0; count < steps; ++count) {
+        crash::Step step = crash::HostSteps::opening();
+        if (!lines.isEmpty())
+            step = crash::stepOf(lines.at(count));
+        else if (count > 0)
+            step = host.next();
+        if (count == arguments.at(5).toInt()) {
             crash::killAtFileCall(QDir(arguments.at(1)).absolutePath().toStdString(), arguments.at(6).toLong(),
                                   arguments.at(7).toInt());
         }
         journal.write(crash::beginLine(step));
         journal.write(crash::endLine(host.run(step)));
-        step = host.next();
     }
-    return 1;
+    return 0;
 }
