@@ -135,8 +135,6 @@ private:
             m_told.insert(Told::CutVolumes);
         else if (is("contours"))
             m_told.insert(Told::CutContours);
-        else if (is("open"))
-            m_told.insert(Told::HalfOpened);
         else
             complain(QStringLiteral("the directory %1").arg(name));
     }
@@ -226,8 +224,6 @@ const char *words(Told told)
         return "what was done since the last save is not in the registry; the directories are there";
     case Told::EntryWithoutPoints:
         return "an entry of the project file whose directory is gone or holds no sound points is not registered";
-    case Told::HalfOpened:
-        return "opening that was cut off has not swept everything yet";
     }
     return "";
 }

@@ -24,10 +24,9 @@ enum class Told {
     SwapWithoutPoints,
     NotSavedYet,
     EntryWithoutPoints,
-    HalfOpened,
 };
 const char *words(Told told);
-constexpr int toldCount = static_cast<int>(Told::HalfOpened) + 1;
+constexpr int toldCount = static_cast<int>(Told::EntryWithoutPoints) + 1;
 
 /// Compares what is found on disk with the states before and behind a step that did not end. Gives what is found
 /// although nothing tells that it may be there, one line each; enters what is told.
