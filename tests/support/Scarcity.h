@@ -1,14 +1,8 @@
 #pragma once
 
-#include <QtGlobal>
+#include "Sanitizer.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SUPPORT_HAS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SUPPORT_HAS_SANITIZER 1
-#endif
-#endif
+#include <QtGlobal>
 
 // A sanitizer's shadow memory counts as address space, and its allocator ends the process where memory is short.
 #if defined(Q_OS_LINUX) && !defined(SUPPORT_HAS_SANITIZER)
