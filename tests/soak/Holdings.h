@@ -20,7 +20,8 @@ struct Holdings
     bool children = support::hasChildren();
     QSet<int> blocks = support::sharedObjects("shm");
     QSet<int> semaphores = support::sharedObjects("sem");
-    QStringList named = QDir(QStringLiteral("/dev/shm")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    /// Blocks and locks of Qt that have a name, where it was built to make such: those of other programs come and go.
+    QStringList named = QDir(QStringLiteral("/dev/shm")).entryList({QStringLiteral("*qipc*open3d*")}, QDir::Files);
     qint64 heap = heapInUse();         ///< bytes that were asked for and not given back
     qint64 resident = residentBytes(); ///< what the system counts, holes in the heap too
 
