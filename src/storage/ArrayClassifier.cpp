@@ -39,6 +39,7 @@ void ArrayClassifier::add(const stPtCloud_PointArray &array)
 {
     m_grids.push_back({ArrayGrid(array), m_boxes.size()});
     const Grid &grid = m_grids.back();
+    m_extents.add(grid.grid.extent());
     for (int box = 0; box < grid.grid.boxCount(); ++box)
         m_boxes.push_back({m_arrays, grid.grid.boxAt(box), {}, 0});
     ++m_arrays;
@@ -58,10 +59,13 @@ void ArrayClassifier::addWhole(const stPtCloud_PointArray &array)
 std::vector<const ArrayClassifier::Grid *> ArrayClassifier::gridsThatMeet(const ArrayGrid &grid) const
 {
     std::vector<const Grid *> grids;
-    for (const Grid &other : m_grids) {
-        if (other.grid.meets(grid) || !grid.isWhole())
+    if (!grid.isWhole()) {
+        for (const Grid &other : m_grids)
             grids.push_back(&other);
+        return grids;
     }
+    for (const std::size_t number : m_extents.overlapping(grid.extent()))
+        grids.push_back(&m_grids[number]);
     return grids;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ArrayGrid.h"
+#include "OverlapIndex.h"
 #include "RunCopy.h"
 
 #include <vector>
@@ -46,6 +47,7 @@ private:
     void classifyAmong(const stPtCloud_PointArray &array, const std::vector<const Grid *> &grids);
 
     std::vector<Grid> m_grids;
+    OverlapIndex m_extents; ///< of the grids
     std::vector<Box> m_boxes;
     std::size_t m_arrays = 0;
 };

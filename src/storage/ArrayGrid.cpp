@@ -49,13 +49,10 @@ ArrayGrid::ArrayGrid(const stPtCloud_PointArray &array) : m_grid(rangeOf(array))
     }
 }
 
-bool ArrayGrid::meets(const ArrayGrid &other) const
+pcBoundingBoxf ArrayGrid::extent() const
 {
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (m_edges[axis].front() >= other.m_edges[axis].back() || other.m_edges[axis].front() >= m_edges[axis].back())
-            return false;
-    }
-    return true;
+    return {m_edges[0].front(), m_edges[1].front(), m_edges[2].front(),
+            m_edges[0].back(),  m_edges[1].back(),  m_edges[2].back()};
 }
 
 bool ArrayGrid::isWhole() const

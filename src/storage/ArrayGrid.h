@@ -36,8 +36,8 @@ public:
     }
     pcBoundingBoxf boxAt(int box) const { return toBox(m_grid.cornersOf(box)); }
 
-    /// Whether the two have space in common.
-    bool meets(const ArrayGrid &other) const;
+    /// From the first corner of all boxes to the last.
+    pcBoundingBoxf extent() const;
     /// Whether the range could be told in integers, so that every point with finite coordinates lies in it.
     bool isWhole() const;
 
