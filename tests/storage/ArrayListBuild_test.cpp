@@ -2,6 +2,7 @@
 #include "Scarcity.h"
 
 #include <limits>
+#include <random>
 
 using support::BlockFile;
 using support::PlainArray;
@@ -227,6 +228,26 @@ TEST_F(ArrayListBuild, MakesAFileThatOpens)
     for (const BlockFile::Block &block : file.blocks)
         support::expectBlockAt(support::readFile(path()), block.recordOffset + 28, file.columns,
                                m_file.readBlock(block.key));
+}
+
+TEST_F(ArrayListBuild, OfThousandsOfArraysEqualsThePlainBuildByteForByte)
+{
+    // Some of their grids overlap, and a few are far larger than the others.
+    std::mt19937 random(7);
+    const auto below = [&random](unsigned int limit) { return static_cast<float>(random() % limit); };
+    std::vector<PlainArray> plain;
+    for (int i = 0; i < 3000; ++i) {
+        const Place corner = {500 * below(120), 500 * below(120), 500 * below(40)};
+        const unsigned int extent = i % 500 == 0 ? 20000 : 800;
+        std::vector<Place> places;
+        for (int point = 0; point < 3; ++point)
+            places.push_back({corner[0] + below(extent), corner[1] + below(extent), corner[2] + below(extent)});
+        plain.push_back(plainArray(places));
+    }
+    EXPECT_TRUE(build(plain));
+    const support::PlainArrayBuild expected = support::buildPlainly(plain);
+    EXPECT_GT(built().blocks.size(), 2000U);
+    expectBytes(expected.blockFile);
 }
 
 #ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <numeric>
 #include <random>
 
 using support::BlockFile;
@@ -59,6 +60,15 @@ TEST_F(MergeBuild, OfFilesWithoutBlocksKeepsTheirColumnsAndSort)
 {
     expectMerges({fileOf({0, 3}, {}, 2), fileOf({3, 0, 9}, {}, 2)}, fileOf({0, 3}, {}, 2));
     EXPECT_EQ(support::readFile(path()).size(), 24);
+}
+
+TEST_F(MergeBuild, OfThousandsOfBlocksEqualsThePlainMerge)
+{
+    Keys keys(3000);
+    std::iota(keys.begin(), keys.end(), 1);
+    expectMergesAsPlain({fileOf({0, 4}, keys), fileOf({4, 3, 0}, keys, 1, 5)});
+    ASSERT_TRUE(m_file.openFile());
+    EXPECT_EQ(m_file.getBlockInfos().lastKey(), 6000);
 }
 
 TEST_F(MergeBuild, KeepsMarksTagsAndBoxes)
