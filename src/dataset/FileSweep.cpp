@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
+
 namespace ptCloud
 {
 
@@ -10,8 +12,12 @@ void removeOtherFiles(const QDir &directory, const QStringList &keep)
 {
     const QFileInfoList entries = directory.entryInfoList({QStringLiteral("*"), QStringLiteral("*.*")},
                                                           QDir::Files | QDir::NoDotAndDotDot, QDir::Unsorted);
+    // Nearly all stand there letter for letter: only for the others every name has to be looked at.
+    QStringList sorted = keep;
+    std::sort(sorted.begin(), sorted.end());
     for (const QFileInfo &entry : entries) {
-        if (!keep.contains(entry.fileName(), Qt::CaseInsensitive))
+        const QString name = entry.fileName();
+        if (!std::binary_search(sorted.cbegin(), sorted.cend(), name) && !keep.contains(name, Qt::CaseInsensitive))
             QFile::remove(entry.absoluteFilePath());
     }
 }
