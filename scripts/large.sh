@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Shows how time and memory grow with numbers and sizes: data sets of a project, blocks of a file, a LAS file of more than
-# 4 GiB of records, a block file of more than 4 GiB; and that every point that comes back from the large ones is right.
-# A table for each: what one item costs at each size, and the last size divided by the first. 1.0 is linear growth, less
-# is what a start costs once. Time is that of the processor, in all threads; memory is the peak of the step beyond what
-# was there before.
+# Shows how time and memory grow with numbers and sizes: data sets of a project, contents of a data set, blocks of a file, a
+# LAS file of more than 4 GiB of records, a block file of more than 4 GiB; and that every point that comes back from the
+# large ones is right. A table for each: what one item costs at each size, and the last size divided by the first. 1.0 is
+# linear growth; less is what a start costs once. Time is that of the processor, in all threads; memory is the peak of the
+# step beyond what was there before.
 #
 #   scripts/large.sh [DIR]     some twenty minutes; takes up to 16 GB below DIR (default: the system's for temporary
 #                              files) and 8 GB of memory, and leaves nothing. Ends every worker of this user
@@ -15,7 +15,7 @@ cd "$root"
 
 scripts/setup.sh test
 cmake --preset release -DPOINTS_CLOUD_BUILD_WORKER=OFF -DPOINTS_CLOUD_BUILD_TESTS=OFF -B build/large
-cmake --build build/large --target ptcloud many_data_sets many_blocks large_las large_blocks
+cmake --build build/large --target ptcloud many_data_sets many_contents many_blocks large_las large_blocks
 bin=$root/build/large/bin
 "$bin/ptcloud" demo-las "$work/small.las" --points 100
 
@@ -51,6 +51,7 @@ table() { # program sizes...
 }
 
 table many_data_sets 1000 3000 10000
+table many_contents 1000 3000 10000
 table many_blocks 10000 30000 100000
 table large_las 7000000 21000000 70000000
 table large_blocks 30 90 250

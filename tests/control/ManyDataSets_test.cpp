@@ -4,6 +4,7 @@
 
 using namespace ptCloud;
 using support::Names;
+using support::registriesOf;
 
 namespace
 {
@@ -40,10 +41,12 @@ protected:
 
 } // namespace
 
-TEST_F(ManyDataSets, AreAllFoundAgainInASavedProject)
+TEST_F(ManyDataSets, AreAllFoundByTheirNamesAndAgainInASavedProject)
 {
     copyAbc();
     const Names expected = withAll(allDataSets(), "copy");
+    for (const int number : {0, 1, count / 2, count - 1})
+        EXPECT_EQ(controller().doCmd_DataSet_Copy({QStringLiteral("abc"), name("COPY", number)}), ActResult_NameExists);
     expectRegistries(allLasFiles(), expected);
     ASSERT_TRUE(m_project.save(directory(), nullptr));
 
@@ -57,14 +60,6 @@ TEST_F(ManyDataSets, AreAllFoundAgainInASavedProject)
         EXPECT_EQ((*it)->getName(), expected[it.key()]);
         EXPECT_TRUE((*it)->getContent_PointDataSetFile()->isValid());
     }
-}
-
-TEST_F(ManyDataSets, ClashWithNamesInOtherLettersWhereverTheyStand)
-{
-    copyAbc();
-    for (const int number : {0, 1, count / 2, count - 1})
-        EXPECT_EQ(controller().doCmd_DataSet_Copy({QStringLiteral("abc"), name("COPY", number)}), ActResult_NameExists);
-    expectRegistries(allLasFiles(), withAll(allDataSets(), "copy"));
 }
 
 TEST_F(ManyDataSets, AreRenamedMergedAndRemovedOneByOne)
