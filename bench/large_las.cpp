@@ -2,9 +2,9 @@
 //
 //   large_las DIR COUNT
 //
-// The file has format 5, 63 bytes a record, and is crossed in strips. The byte distance of a record is taken in 32
-// bits, so those from 4 GiB on are sorted into blocks by where they stand, and their values come from the front of the
-// file: each is compared with that, not with what a surveyor would want.
+// The file has format 5, 63 bytes a record, and is crossed in strips. The byte distance of a run is taken in 32
+// bits, so the records from 4 GiB on are sorted into blocks by where they stand, and their values come from the front
+// of the file: each is compared with that, not with what a surveyor would want.
 
 #include "Growth.h"
 
@@ -163,6 +163,7 @@ qint64 countWrapped(const QString &survey, const QString &blockFile, quint32 cou
     qint64 wrapped = 0;
     std::size_t before = places.size();
     quint32 index = 0;
+    quint32 start = 0; ///< of the run
     for (quint32 r = 0; r < count; ++r) {
         const std::size_t box = boxOf(records + r * recordSize);
         if (box >= places.size())
@@ -170,7 +171,10 @@ qint64 countWrapped(const QString &survey, const QString &blockFile, quint32 cou
         Place &place = places[box];
         index = box == before && r % window != 0 ? index + 1 : 0;
         before = box;
-        const auto distance = static_cast<quint32>(r * static_cast<quint32>(recordSize));
+        if (index == 0)
+            start = r;
+        // Of a run that crosses the end of the 32 bits, every record is found.
+        const qint64 distance = static_cast<quint32>(start * recordSize) + (r - start) * recordSize;
         wrapped += distance != r * recordSize ? 1 : 0;
         if (place.next == place.points || get<quint32>(place.indices + qint64(4) * place.next) != index
             || !isValueOf(records + distance, place))
