@@ -1,6 +1,8 @@
 // A long session in one process. SOAK_COMMANDS and SOAK_SEED make it longer and another one: see scripts/soak.sh.
 
-#ifdef __linux__
+#include <QtGlobal>
+
+#ifdef Q_OS_LINUX
 
 #include "Holdings.h"
 #include "Sanitizer.h"
@@ -14,16 +16,12 @@ namespace
 {
 
 constexpr int rounds = 10;
+#ifndef SUPPORT_HAS_SANITIZER
 /// What may come on top of the first state, whatever the number of commands: room that the C library and Qt keep for
 /// the most of something that was ever there at once.
 constexpr qint64 heapSlack = 32 << 10;
 constexpr qint64 residentSlack = 4 << 20;
-
-/// The C library may keep freed blocks for the thread that had them, and counts them as in use.
-bool countsTheHeapExactly()
-{
-    return qgetenv("GLIBC_TUNABLES").contains("glibc.malloc.tcache_count=0");
-}
+#endif
 
 int number(const char *variable, int otherwise)
 {
@@ -48,7 +46,8 @@ void expectSame(const soak::Holdings &now, const soak::Holdings &first)
     EXPECT_EQ(support::leftObjects("sem", first.semaphores), QSet<int>());
     EXPECT_EQ(now.named, first.named);
 #ifndef SUPPORT_HAS_SANITIZER
-    if (countsTheHeapExactly()) {
+    // The C library may keep freed blocks for the thread that had them, and counts them as in use.
+    if (qgetenv("GLIBC_TUNABLES").contains("glibc.malloc.tcache_count=0")) {
         EXPECT_LE(now.heap, first.heap + heapSlack);
     }
     EXPECT_LE(now.resident, first.resident + residentSlack);
