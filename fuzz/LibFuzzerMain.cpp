@@ -1,0 +1,24 @@
+// The one driver of this program as libFuzzer calls it.
+
+#include "Driver.h"
+
+#include <QCoreApplication>
+#include <QStandardPaths>
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    QStandardPaths::setTestModeEnabled(true);
+    fuzz::silenceLibrary();
+    static const QCoreApplication application(*argc, *argv);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const fuzz::Driver &driver = *fuzz::Driver::all().front();
+    driver.run(QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size)));
+    return 0;
+}
