@@ -47,11 +47,12 @@ void readGroup(QDataStream &stream, PtCloud_ContourFile::Group &group)
         double height = 0;
         stream >> height;
         const qint32 count = readCount(stream);
-        qint32 missing = 0;
-        for (qint32 j = 0; j < count && missing < mostMissing; ++j) {
-            missing += stream.atEnd() ? 1 : 0;
+        qint32 read = 0;
+        for (; read < count && !stream.atEnd(); ++read)
             group[height].append(readLine(stream));
-        }
+        // Not asked of the file a million times: each time the system is.
+        for (qint32 missing = std::min(count - read, mostMissing); missing > 0; --missing)
+            group[height].append(QVector<QPointF>());
     }
 }
 
