@@ -47,13 +47,14 @@ Parameters Parameters::fromFile(const QString &path)
     QSettings settings(path, QSettings::IniFormat);
     // Hosts write plain letters; people who write a file by hand may use others.
     settings.setIniCodec("UTF-8");
+    // A line that is no setting is nobody's: the host, which writes into the file that is there, keeps it for ever.
     QHash<QString, QString> values;
     const QStringList keys = settings.allKeys();
     for (const QString &key : keys) {
         if (key.startsWith(section))
             values.insert(key.mid(section.size()), toText(settings.value(key)));
     }
-    if (settings.status() != QSettings::NoError || !values.contains(QStringLiteral("function")))
+    if (settings.status() == QSettings::AccessError || !values.contains(QStringLiteral("function")))
         throw Failure(
             ExitCode::ConfigFile,
             QStringLiteral("the settings file %1 has no section [section] with a key \"function\"").arg(path));

@@ -24,7 +24,7 @@ public:
     /// Values by key, as text.
     explicit Parameters(const QHash<QString, QString> &values) : m_values(values) {}
     /// Reads the settings file. Throws `Failure(ExitCode::ConfigFile)` where it is missing, can't be read or is no ini
-    /// file with the key `function`.
+    /// file with the key `function`. Lines that are no settings are passed over.
     static Parameters fromFile(const QString &path);
 
     /// Finite; a decimal point, whatever the user's language.

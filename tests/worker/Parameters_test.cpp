@@ -124,6 +124,16 @@ TEST(Parameters, ReadsWhatPeopleWrite)
     EXPECT_EQ(parameters.text("source_filepath"), QString::fromUtf8("/caf\xc3\xa9/a, b"));
 }
 
+TEST(Parameters, ReadsPastLinesThatAreNoSettings)
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("settings.ini"));
+    writeFile(path, "[section]\nfunction=1\nno setting\nalpha=2\n[broken\nalpha=3\n");
+    const Parameters parameters = Parameters::fromFile(path);
+    EXPECT_EQ(parameters.integer("function"), 1);
+    EXPECT_EQ(parameters.number("alpha"), 2);
+}
+
 TEST(Parameters, RefusesFilesThatAreNoSettings)
 {
     const QTemporaryDir directory;
