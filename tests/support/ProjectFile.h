@@ -91,8 +91,12 @@ private:
         for (qint32 i = 0; i < count; ++i) {
             const QString key = readString(reader);
             pairs[key] = readString(reader);
-            if (reader.pastTheEnd())
-                break; // every further pair would be the same, without a key
+            if (reader.pastTheEnd()) {
+                // Every further pair is the same, without a key.
+                if (i + 1 < count)
+                    pairs[QString()] = QString();
+                break;
+            }
         }
         return count >= 0;
     }
