@@ -234,7 +234,9 @@ void buildAnew(PtCloud_DataSetFile &file, PtCloud_DataSetMemory &memory, fuzz::C
         isDone = built.makeDataSet_byPointsArray(arrays);
         break;
     case 2:
-        isDone = built.makeDataSet_bySplittedPointsArray({arrays.cbegin(), arrays.cend()});
+        // Told: arrays with triangles do not belong there.
+        if (!file.getColumns().contains(EDataSetColumn_Triangle))
+            isDone = built.makeDataSet_bySplittedPointsArray({arrays.cbegin(), arrays.cend()});
         break;
     default:
         isDone = built.makeDataSet_byDataSetFiles({&file, &file});

@@ -56,6 +56,9 @@ public:
         return value;
     }
 
+    /// Passes over bytes, to the end at most.
+    void skip(qint64 count) { m_at += static_cast<int>(qMin(count, left())); }
+
     bool pastTheEnd() const { return m_pastTheEnd; }
     qint64 left() const { return m_bytes.size() - m_at; }
 
