@@ -28,15 +28,17 @@ bool loadCorners(QDataStream &stream, QList<pcVec3f> &corners)
 {
     qint32 count = 0;
     stream >> count;
-    for (qint32 i = 0; i < count; ++i) {
-        if (stream.atEnd() && count - i > mostMissingCorners)
-            return false;
+    while (corners.size() < count && !stream.atEnd()) {
         float x = 0;
         float y = 0;
         float z = 0;
         stream >> x >> y >> z;
         corners.append({x, y, z});
     }
+    if (count - corners.size() > mostMissingCorners)
+        return false;
+    while (corners.size() < count)
+        corners.append(pcVec3f());
     return true;
 }
 
