@@ -57,9 +57,10 @@ void checkResults(const VolumeCalcAreaList &list)
     for (const VolumeCalcArea *area : areasOf(list)) {
         check(area->dtmCalculated || area->prisms.isEmpty(), "prisms are there with a result alone");
         check(area->gridCalculated || area->quadPrisms.isEmpty(), "quad prisms are there with a result alone");
+        // Over a ground that is not a number a cell's volume is none either.
         for (const double volume : {area->getDigVolume_dtm(), area->getFillVolume_dtm(), area->getDigVolume_grid(),
                                     area->getFillVolume_grid()})
-            check(volume >= 0, "a volume is a number, and not below 0");
+            check(!(volume < 0), "a volume is not below 0");
     }
 }
 

@@ -16,7 +16,7 @@ namespace
 {
 
 /// Of all seeds of a driver together.
-constexpr int mutationsOfADriver = 3000;
+constexpr int mutationsOfADriver = 1000;
 
 class FuzzDriver : public testing::TestWithParam<const Driver *>
 {
