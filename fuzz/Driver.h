@@ -51,7 +51,8 @@ private:
 /// the calls that led there; in a test it fails the row.
 void check(bool holds, const char *what);
 
-/// A directory of this process alone. It lies where temporary files lie: in memory, if `TMPDIR` says so.
+/// A directory of this process alone. It lies in memory where the system has a place for
+/// that, or where `TMPDIR` says.
 const QString &scratchDirectory();
 
 /// Writes a file into the scratch directory, in place of the one that had the name.
