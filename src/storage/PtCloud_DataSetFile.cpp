@@ -286,6 +286,9 @@ bool PtCloud_DataSetFile::readToBufBlock(int key)
     m_buffer.m_pointCount = head.pointCount;
     m_buffer.m_blockTag = head.blockTag;
     m_buffer.m_triangleCount = head.triangleCount;
+    // Nothing to read; and a damaged file can list very many columns for very many empty blocks.
+    if (head.pointCount == 0 && head.triangleCount == 0)
+        return m_buffer.m_triangle != nullptr || !m_columns.contains(EDataSetColumn_Triangle);
     for (const ColumnTraits &traits : unlistedArrays) {
         if (!readBytes(traits.get(m_buffer), runBytes(traits, m_buffer)))
             return false;
@@ -324,12 +327,13 @@ bool PtCloud_DataSetFile::writeBlockAt(int key, const stPtCloud_PointArray &arra
 
 bool PtCloud_DataSetFile::readBytes(void *bytes, qint64 count)
 {
-    return m_file->read(static_cast<char *>(bytes), count) == count;
+    // A damaged file can have very many runs without a byte.
+    return count == 0 || m_file->read(static_cast<char *>(bytes), count) == count;
 }
 
 bool PtCloud_DataSetFile::writeBytes(const void *bytes, qint64 count)
 {
-    return m_file->write(static_cast<const char *>(bytes), count) == count;
+    return count == 0 || m_file->write(static_cast<const char *>(bytes), count) == count;
 }
 
 bool PtCloud_DataSetFile::reallocBufMems(unsigned int points, bool withTriangles, unsigned int triangles)
