@@ -23,7 +23,7 @@ usage() {
 
 build() {
     cd "$root"
-    exec 8> "$root/build/fuzz.lock"
+    exec 8> "$root/build/$1.lock"
     flock 8
     [ -f "build/$1/build.ninja" ] || cmake --preset "$1" > /dev/null
     cmake --build --preset "$1" > "build/$1-build.log" 2>&1 || { cat "build/$1-build.log" >&2; exit 1; }
