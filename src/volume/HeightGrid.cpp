@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
+#include <numeric>
 
 namespace ptCloud
 {
@@ -19,16 +21,25 @@ constexpr float absent = std::numeric_limits<float>::quiet_NaN();
 class LineCrossings
 {
 public:
-    explicit LineCrossings(const std::vector<float> &lines, const QPolygonF &closedPolygon)
+    /// Throws `std::bad_alloc` where there are more than any outline of an area has.
+    LineCrossings(const std::vector<float> &lines, const QPolygonF &closedPolygon)
     {
-        m_first.reserve(lines.size() + 1);
-        for (const float y : lines) {
-            m_first.push_back(m_x.size());
-            for (int i = 1; i < closedPolygon.size(); ++i)
-                addCrossing(closedPolygon.at(i - 1), closedPolygon.at(i), static_cast<double>(y));
-            std::sort(m_x.begin() + static_cast<std::ptrdiff_t>(m_first.back()), m_x.end());
+        // Each edge looks for its lines, and not each line at all edges: a damaged file can have a million corners.
+        const std::vector<Edge> edges = crossedEdges(lines, closedPolygon);
+        m_first.assign(lines.size() + 1, 0);
+        for (const Edge &edge : edges) {
+            for (std::size_t line = edge.firstLine; line < edge.endLine; ++line)
+                ++m_first[line + 1];
         }
-        m_first.push_back(m_x.size());
+        std::partial_sum(m_first.begin(), m_first.end(), m_first.begin());
+        m_x.resize(m_first.back());
+        m_passed.assign(m_first.begin(), m_first.end() - 1);
+        for (const Edge &edge : edges) {
+            for (std::size_t line = edge.firstLine; line < edge.endLine; ++line)
+                m_x[m_passed[line]++] = edge.crossingAt(static_cast<double>(lines[line]));
+        }
+        for (std::size_t line = 0; line < lines.size(); ++line)
+            std::sort(iteratorAt(m_first[line]), iteratorAt(m_first[line + 1]));
         m_passed.assign(m_first.begin(), m_first.end() - 1);
     }
 
@@ -42,14 +53,49 @@ public:
     }
 
 private:
-    void addCrossing(QPointF low, QPointF high, double y)
+    static constexpr std::size_t mostCrossings = HeightGrid::mostCells;
+
+    /// An edge and the lines that it crosses: those from its lower end on and below its higher one.
+    struct Edge
     {
-        if (qFuzzyCompare(low.y(), high.y()))
-            return;
-        if (high.y() < low.y())
-            std::swap(low, high);
-        if (y >= low.y() && y < high.y())
-            m_x.push_back(low.x() + ((high.x() - low.x()) / (high.y() - low.y())) * (y - low.y()));
+        double crossingAt(double y) const
+        {
+            return low.x() + ((high.x() - low.x()) / (high.y() - low.y())) * (y - low.y());
+        }
+
+        QPointF low;
+        QPointF high;
+        std::size_t firstLine;
+        std::size_t endLine;
+    };
+
+    static std::vector<Edge> crossedEdges(const std::vector<float> &lines, const QPolygonF &closedPolygon)
+    {
+        const auto lineFrom = [&lines](double y) {
+            const auto isBelow = [](float line, double value) { return static_cast<double>(line) < value; };
+            return static_cast<std::size_t>(std::lower_bound(lines.begin(), lines.end(), y, isBelow) - lines.begin());
+        };
+        std::vector<Edge> edges;
+        std::size_t crossings = 0;
+        for (int i = 1; i < closedPolygon.size(); ++i) {
+            const auto [low, high] = std::minmax(closedPolygon.at(i - 1), closedPolygon.at(i),
+                                                 [](const QPointF &a, const QPointF &b) { return a.y() < b.y(); });
+            if (qFuzzyCompare(low.y(), high.y()))
+                continue;
+            const Edge edge = {low, high, lineFrom(low.y()), lineFrom(high.y())};
+            if (edge.firstLine == edge.endLine)
+                continue;
+            edges.push_back(edge);
+            crossings += edge.endLine - edge.firstLine;
+            if (crossings > mostCrossings)
+                throw std::bad_alloc();
+        }
+        return edges;
+    }
+
+    std::vector<double>::iterator iteratorAt(std::size_t index)
+    {
+        return m_x.begin() + static_cast<std::ptrdiff_t>(index);
     }
 
     std::vector<double> m_x;           ///< of all lines, ascending in each

@@ -134,6 +134,36 @@ TEST_F(HostileArea, AStepGreaterThanTheAreaMakesOneCellThatDoesNotFit)
     }
 }
 
+TEST_F(HostileArea, AMillionCornersInOnePlaceAreTheSameOutlineAsOne)
+{
+    // Half a million lines of cells: to ask each line about each corner would not end.
+    writeBlocks({Block{{0, 0, 1, 10000}, {{0.03F, 0.5F, 3}, {0.03F, 5000, 4}}}});
+    Area area = areaOf({{0, 0, 0}, {0.08F, 0, 0}, {0.08F, 10000, 0}, {0, 10000, 0}}, 0.02F);
+    setArea(area);
+    ASSERT_TRUE(calcGrid());
+    const double expected = m_area->getDigVolume_grid();
+    EXPECT_GT(expected, 0);
+
+    area.boundary.resize(1000000, {0, 0, 0});
+    setArea(area);
+    ASSERT_TRUE(calcGrid());
+    EXPECT_EQ(m_area->getDigVolume_grid(), expected);
+}
+
+TEST_F(HostileArea, AnOutlineThatCrossesLinesOutOfNumberMakesNoGrid)
+{
+    writeBlocks({Block{{0, 0, 1, 10000}, {{0.03F, 0.5F, 3}}}});
+    Area area = areaOf({{0, 0, 0}, {0.08F, 0, 0}, {0.08F, 10000, 0}, {0, 10000, 0}}, 0.02F);
+    setArea(area);
+    ASSERT_TRUE(calcGrid());
+
+    for (int i = 0; i < 1000; ++i)
+        area.boundary.push_back({static_cast<float>(i % 7) / 100, i % 2 == 0 ? 0.0F : 10000.0F, 0});
+    setArea(area);
+    EXPECT_FALSE(calcGrid());
+    EXPECT_TRUE(m_area->quadPrisms.isEmpty());
+}
+
 TEST_F(HostileArea, GroundsAndLimitsThatAreNoHeights)
 {
     const std::vector<Block> blocks = {Block{
