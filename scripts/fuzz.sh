@@ -2,7 +2,7 @@
 # Searches for inputs that break a reader, from the corpora of earlier runs on; or shows what the corpora reach.
 #
 #   scripts/fuzz.sh SECONDS [DRIVER]      SECONDS for each driver, one after the other; DRIVER: Las, BlockFile, ...
-#   scripts/fuzz.sh --coverage [DRIVER]   lines of src/, tools/ and worker/ that no input reached
+#   scripts/fuzz.sh --coverage [DRIVER]   lines of the product that no input reached
 #
 # Different drivers can run at the same time. Below build/fuzz:
 #   corpus/DRIVER      inputs that reached something new
@@ -114,14 +114,14 @@ search_all() {
 
 replay_corpus() {
     local driver=$1
-    take_scratch "$driver"
+    take_scratch "$driver-coverage"
     find "$work/corpus/$driver" "$work/seeds/$driver" -type f -print0 |
         TMPDIR=$scratch LLVM_PROFILE_FILE=$work/coverage/$driver-%p-%m.profraw xargs -0 -n 20000 \
         "${isolated[@]}" "$root/build/fuzz-coverage/bin/fuzz_$driver" > "$work/coverage/$driver.log" 2>&1
 }
 
 show_coverage() {
-    local driver bin=$root/build/fuzz-coverage objects=() sources
+    local driver bin=$root/build/fuzz-coverage objects=()
     build fuzz-coverage
     isolation
     rm -rf "$work/coverage"
@@ -131,14 +131,11 @@ show_coverage() {
         (replay_corpus "$driver")
         objects+=(-object "$bin/bin/fuzz_$driver")
     done
-    mapfile -t sources < <(cd "$root" && git ls-files src tools/ptcloud worker/Parameters.cpp)
-    cd "$root"
     llvm-profdata-14 merge -sparse "$work"/coverage/*.profraw -o "$work/coverage/all.profdata"
-    llvm-cov-14 report "$bin/lib/libpoints_cloud.so" "${objects[@]}" -instr-profile "$work/coverage/all.profdata" \
-        "${sources[@]}" > "$work/coverage/report.txt"
-    llvm-cov-14 show "$bin/lib/libpoints_cloud.so" "${objects[@]}" -instr-profile "$work/coverage/all.profdata" \
-        "${sources[@]}" > "$work/coverage/lines.txt"
-    # Of files that were reached at all: the lines that ran never.
+    local what=("$bin/lib/libpoints_cloud.so" "${objects[@]}" -instr-profile "$work/coverage/all.profdata"
+        -ignore-filename-regex "^($root|\.\./\.\.)/(fuzz|tests)/|^/usr/|_autogen/")
+    llvm-cov-14 report "${what[@]}" > "$work/coverage/report.txt"
+    llvm-cov-14 show "${what[@]}" > "$work/coverage/lines.txt"
     awk '/^[^ ].*:$/ { file = $0 } / +[0-9]+\| +0\|/ { if (file != "") print file; file = ""; print }' \
         "$work/coverage/lines.txt" > "$work/coverage/unreached.txt"
     cat "$work/coverage/report.txt"
