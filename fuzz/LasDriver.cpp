@@ -131,6 +131,9 @@ void checkHeads(const LasFile &las, const QByteArray &input, const Header &heade
         fuzz::check(las.variableLenHead(i) != nullptr, "every announced head is there");
     fuzz::check(las.variableLenHead(heads) == nullptr, "no head stands behind the last one");
     fuzz::check(qint64(header.pointsAt) < input.size(), "points begin within the file");
+    QList<ptCloud::EDataSetColumn> columns;
+    las.getColumns(columns);
+    fuzz::check(columns.startsWith(ptCloud::EDataSetColumn_Position), "every format has positions");
 }
 
 void checkPositions(const Columns &columns, const QByteArray &records, int recordSize)
