@@ -25,6 +25,13 @@ void removeTree(const QString &path)
         QDir(path).removeRecursively();
 }
 
+/// Where this fails, both files are as before. A move of Qt's copies the bytes where the name can't be changed, and
+/// removes the old file before the last of them have reached the new one.
+bool moveFile(const QString &from, const QString &to)
+{
+    return !QFileInfo::exists(to) && platform::replaceFile(from, to);
+}
+
 /// Whether copying `source` to `target` would copy it onto or into itself, by whatever path.
 bool leadsIntoItself(const QString &source, const QString &target)
 {
@@ -270,10 +277,11 @@ void PtCloudDataSet::updateContent_Points()
     if (!newFile.isFile() || newFile.isSymLink())
         return;
     const bool wasOpen = closeAndTell(m_points);
-    if (!QFile::rename(points, oldPoints))
+    if (!moveFile(points, oldPoints))
         return;
-    if (!QFile::rename(newPoints, points)) {
-        QFile::rename(oldPoints, points);
+    if (!moveFile(newPoints, points)) {
+        if (!moveFile(oldPoints, points))
+            QFile::copy(oldPoints, points);
         return;
     }
     if (wasOpen)
