@@ -186,7 +186,7 @@ private:
     void add(const Family &family, const QString &name, PtCloud_DataSetFile *file);
     void remove(const Family &family, const QString &name);
     void removeAll(const Family &family);
-    void load(const Family &family, const QDir &directory, QStringList &knownNames);
+    void load(const Family &family, const QList<QFileInfo> &files, QStringList &knownNames);
     void drop(PtCloud_DataSetFile *file);
     void dropAll(const Family &family);
     bool attachDemMesh(const QString &path);

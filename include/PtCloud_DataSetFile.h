@@ -115,6 +115,7 @@ private:
     /// What a look at a file's head tells. Only a file that was read and failed a check is corrupt.
     enum class EHead { Sound, Corrupt, Unreadable };
     EHead checkHead();
+    EHead lookAtHead();
 
     /// Where a block of a merged file comes from.
     struct stMergeSource

@@ -37,7 +37,7 @@ void PtCloud_Controller::setFiles(const QMap<QString, QString> &lasFiles, const 
         if (dataSet->loadFromFile())
             m_dataSets[it.key()] = dataSet.release();
     }
-    removeOtherFiles(QDir(m_dir), wantedFiles);
+    removeOtherFiles(plainFilesIn(QDir(m_dir)), wantedFiles);
 }
 
 PtCloudDataSet *PtCloud_Controller::getDataSet(const QString &name)

@@ -8,17 +8,21 @@
 namespace ptCloud
 {
 
-void removeOtherFiles(const QDir &directory, const QStringList &keep)
+QFileInfoList plainFilesIn(const QDir &directory)
 {
-    const QFileInfoList entries = directory.entryInfoList({QStringLiteral("*"), QStringLiteral("*.*")},
-                                                          QDir::Files | QDir::NoDotAndDotDot, QDir::Unsorted);
+    return directory.entryInfoList({QStringLiteral("*"), QStringLiteral("*.*")}, QDir::Files | QDir::NoDotAndDotDot,
+                                   QDir::Unsorted);
+}
+
+void removeOtherFiles(const QFileInfoList &files, const QStringList &keep)
+{
     // Nearly all stand there letter for letter: only for the others every name has to be looked at.
     QStringList sorted = keep;
     std::sort(sorted.begin(), sorted.end());
-    for (const QFileInfo &entry : entries) {
-        const QString name = entry.fileName();
+    for (const QFileInfo &file : files) {
+        const QString name = file.fileName();
         if (!std::binary_search(sorted.cbegin(), sorted.cend(), name) && !keep.contains(name, Qt::CaseInsensitive))
-            QFile::remove(entry.absoluteFilePath());
+            QFile::remove(file.absoluteFilePath());
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFileInfoList>
 #include <QStringList>
 
 class QDir;
@@ -7,8 +8,10 @@ class QDir;
 namespace ptCloud
 {
 
-/// Removes every plain file directly in the directory that is not among `keep`, whatever the case. Directories stay,
-/// and so do files that can't be removed.
-void removeOtherFiles(const QDir &directory, const QStringList &keep);
+/// The plain files directly in a directory; fewer, without a word, where it can't be read.
+QFileInfoList plainFilesIn(const QDir &directory);
+
+/// Removes the files that are not among `keep`, whatever the case. Those that can't be removed stay.
+void removeOtherFiles(const QFileInfoList &files, const QStringList &keep);
 
 } // namespace ptCloud

@@ -88,30 +88,32 @@ bool PtCloudDataSet::loadFromFile()
 
     QStringList knownNames = {getFileName_Points(),      getFileName_Dem_Mesh(),     getFileName_Dem_HeightMap(),
                               getFileName_Dem_Contour(), getFileName_Dem_Classify(), getFileName_EarthVolumn()};
-    load(meshes, directory, knownNames);
+    // Listed once: what one listing failed to show, another would show to the sweep.
+    const QFileInfoList files = plainFilesIn(directory);
+    load(meshes, files, knownNames);
     if (!attachDemMesh(directory.absoluteFilePath(getFileName_Dem_Mesh())))
         m_demMesh.setFile(QString());
     loadDemHeightMap(directory.absoluteFilePath(getFileName_Dem_HeightMap()));
     attachDemContour(directory.absoluteFilePath(getFileName_Dem_Contour()));
     m_demClassify.setFile(directory.absoluteFilePath(getFileName_Dem_Classify()));
-    load(splits, directory, knownNames);
+    load(splits, files, knownNames);
     m_earthVolume.setFile(directory, getFileName_EarthVolumn());
     if (!m_earthVolume.loadFromFile())
         m_earthVolume.clear();
-    load(cuts, directory, knownNames);
-    removeOtherFiles(directory, knownNames);
+    load(cuts, files, knownNames);
+    removeOtherFiles(files, knownNames);
     return true;
 }
 
-void PtCloudDataSet::load(const Family &family, const QDir &directory, QStringList &knownNames)
+void PtCloudDataSet::load(const Family &family, const QFileInfoList &files, QStringList &knownNames)
 {
-    const QFileInfoList entries = directory.entryInfoList({family.fileName(QStringLiteral("*"))},
-                                                          QDir::Files | QDir::NoDotAndDotDot, QDir::Unsorted);
-    for (const QFileInfo &entry : entries) {
-        auto file = std::make_unique<PtCloud_DataSetFile>();
-        if (!file->setFile(QDir::fromNativeSeparators(entry.absoluteFilePath())) || !file->isValid())
+    const QString pattern = family.fileName(QStringLiteral("*"));
+    for (const QFileInfo &entry : files) {
+        if (!QDir::match(pattern, entry.fileName()))
             continue;
-        const PtCloud_DataSetFile::EHead head = file->checkHead();
+        auto file = std::make_unique<PtCloud_DataSetFile>();
+        const bool isFile = file->setFile(QDir::fromNativeSeparators(entry.absoluteFilePath()));
+        const PtCloud_DataSetFile::EHead head = isFile ? file->checkHead() : PtCloud_DataSetFile::EHead::Unreadable;
         // What can't be read now may be sound: it is not listed, but it stays.
         if (head != PtCloud_DataSetFile::EHead::Corrupt)
             knownNames.append(entry.fileName());

@@ -24,11 +24,25 @@ qint64 runBytes(const ColumnTraits &traits, const stPtCloud_PointArray &array)
     return static_cast<qint64>(traits.countOf(array)) * traits.elementSize;
 }
 
-/// A whole read of a plain value; false where the file ends within it.
+/// A whole read; false where the file ends within it. A read that an error cuts short tells of no error: only the next
+/// one does.
+bool readWhole(QFile &file, void *bytes, qint64 count)
+{
+    auto *at = static_cast<char *>(bytes);
+    while (count > 0) {
+        const qint64 read = file.read(at, count);
+        if (read <= 0)
+            return false;
+        at += read;
+        count -= read;
+    }
+    return true;
+}
+
 template <typename T>
 bool readValue(QFile &file, T &value)
 {
-    return file.read(reinterpret_cast<char *>(&value), sizeof value) == static_cast<qint64>(sizeof value);
+    return readWhole(file, &value, sizeof value);
 }
 
 struct RecordHead
@@ -111,7 +125,15 @@ bool PtCloud_DataSetFile::openFile()
     return false;
 }
 
+/// A file that is corrupt may be deleted for it, so it must be found so twice: a size that can't be told for once reads
+/// as 0.
 PtCloud_DataSetFile::EHead PtCloud_DataSetFile::checkHead()
+{
+    const EHead head = lookAtHead();
+    return head == EHead::Corrupt ? lookAtHead() : head;
+}
+
+PtCloud_DataSetFile::EHead PtCloud_DataSetFile::lookAtHead()
 {
     EHead head = EHead::Unreadable;
     try {
@@ -327,8 +349,7 @@ bool PtCloud_DataSetFile::writeBlockAt(int key, const stPtCloud_PointArray &arra
 
 bool PtCloud_DataSetFile::readBytes(void *bytes, qint64 count)
 {
-    // A damaged file can have very many runs without a byte.
-    return count == 0 || m_file->read(static_cast<char *>(bytes), count) == count;
+    return readWhole(*m_file, bytes, count);
 }
 
 bool PtCloud_DataSetFile::writeBytes(const void *bytes, qint64 count)
