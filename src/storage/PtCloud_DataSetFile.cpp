@@ -171,12 +171,7 @@ bool PtCloud_DataSetFile::open(bool forWriting)
     if (m_filepath.isEmpty())
         return false;
     QIODevice::OpenMode mode = QIODevice::ReadWrite | QIODevice::Truncate;
-    if (forWriting) {
-        if (!QFileInfo::exists(m_filepath)) {
-            QFile created(m_filepath);
-            created.open(QIODevice::NewOnly);
-        }
-    } else {
+    if (!forWriting) {
         // Opening a pipe or a device could block for ever.
         if (!QFileInfo(m_filepath).isFile())
             return false;

@@ -27,9 +27,14 @@ bool PtCloud_DataSetFile::finishFile(Build build)
     } catch (const std::bad_alloc &) {
         done = false;
     }
-    // A failure is told by the result, and the head stands in front of what was written all the same.
-    if (m_file && m_file->size() != 0)
-        done = writeFormatWord() && done;
+    if (m_file) {
+        // A failure is told by the result, and the head stands in front of what was written all the same.
+        if (m_file->size() != 0)
+            done = writeFormatWord() && done;
+        // On some file systems only this tells that bytes did not reach the disk.
+        m_file->close();
+        done = done && m_file->error() == QFileDevice::NoError;
+    }
     closeFile();
     return done;
 }
