@@ -83,6 +83,17 @@ std::vector<pid_t> findWorkers()
     return workers;
 }
 
+/// As `QFile::resize`, which gives up where a signal comes in between.
+bool resize(QFile &file, qint64 size)
+{
+    bool isDone = false;
+    do {
+        errno = 0;
+        isDone = file.resize(size);
+    } while (!isDone && errno == EINTR);
+    return isDone;
+}
+
 /// The number behind `name` in a file of lines such as "name 123 kB", in bytes; 0 where there is none.
 quint64 kilobytesIn(const char *path, const QByteArray &name)
 {
@@ -129,7 +140,7 @@ void releaseStaleSharedMemory(const QString &key)
 bool reserveFileSpace(QFile &file, qint64 size)
 {
     const qint64 sizeBefore = file.size();
-    if (size < 0 || !file.resize(size))
+    if (size < 0 || !resize(file, size))
         return false;
     int error = 0;
     if (size > 0) {
@@ -139,7 +150,7 @@ bool reserveFileSpace(QFile &file, qint64 size)
     }
     if (error == 0)
         return true;
-    file.resize(sizeBefore);
+    resize(file, sizeBefore);
     return false;
 }
 
