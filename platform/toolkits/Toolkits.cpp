@@ -3,6 +3,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <filesystem>
+#include <system_error>
+
 namespace tk
 {
 
@@ -25,12 +28,25 @@ bool copyFile(const QString &from, const QString &to, bool overwrite)
     return QFile::copy(from, to);
 }
 
+/// Whether these are all that is in a directory. A listing of Qt's ends where it can't go on, and does not tell.
+bool isWhole(const QFileInfoList &entries, const QDir &directory)
+{
+    std::error_code error;
+    int count = 0;
+    std::filesystem::directory_iterator it(directory.absolutePath().toStdU16String(), error);
+    for (; !error && it != std::filesystem::directory_iterator(); it.increment(error))
+        ++count;
+    return !error && count == entries.size();
+}
+
 bool copyTree(const QDir &from, const QDir &to, bool overwrite)
 {
     if (!to.mkpath(QStringLiteral(".")))
         return false;
     const QFileInfoList entries =
         from.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    if (!isWhole(entries, from))
+        return false;
     for (const QFileInfo &entry : entries) {
         const QString target = to.absoluteFilePath(entry.fileName());
         if (entry.isDir()) {
