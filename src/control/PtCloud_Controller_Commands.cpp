@@ -6,6 +6,7 @@
 #include "PtCloud_Controller.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -144,7 +145,11 @@ EEPtCloudActResult PtCloud_Controller::doCmd_DataSet_Merge(const stControlParam_
     auto merged = std::make_unique<PtCloudDataSet>();
     merged->setDir(m_dir, wanted.newName);
     if (!merged->getContent_PointDataSetFile()->makeDataSet_byDataSetFiles(sources)) {
+        const QString partial = merged->getContent_PointDataSetFile()->getFilepath();
         merged->removeFile();
+        // What made the merge fail, such as too many open files, can keep the directory from being listed too.
+        if (QFile::remove(partial))
+            QDir(m_dir).rmdir(wanted.newName);
         return ActResult_FileError;
     }
     merged->getContent_PointDataSetFile()->closeFile();
