@@ -62,10 +62,12 @@ bool readWhole(const QByteArray &bytes, Registered &registered)
     return version == 1 && stream.status() == QDataStream::Ok && stream.atEnd();
 }
 
-bool isWhole(const QString &path)
+/// The bytes of a project file that is whole; none of any other.
+QByteArray readWhole(const QString &path)
 {
+    const QByteArray bytes = readAll(path);
     Registered registered;
-    return readWhole(readAll(path), registered);
+    return readWhole(bytes, registered) ? bytes : QByteArray();
 }
 
 template <typename Map>
@@ -136,9 +138,10 @@ void ProjectSession::create(const QString &dir)
         throw CommandError(QStringLiteral("%1 can't be made").arg(quoted(own)));
     const LibraryLog silence;
     // Where the copy belongs, and from there in one step, so that no cut file is left by a program that is killed.
-    if (!PtCloud_Project().save(own, nullptr) || !isWhole(copyPath(dir)))
+    const QByteArray bytes = PtCloud_Project().save(own, nullptr) ? readWhole(copyPath(dir)) : QByteArray();
+    if (bytes.isEmpty())
         throw CommandError(QStringLiteral("%1 can't be written").arg(quoted(copyPath(dir))));
-    writeText(path, readAll(copyPath(dir)));
+    writeText(path, bytes);
 }
 
 ProjectSession::ProjectSession(const Console &console, const ProjectOptions &options, Access access)
@@ -184,16 +187,16 @@ void ProjectSession::lock()
 
 void ProjectSession::recover() const
 {
-    if (!isWhole(copyPath(m_dir)))
+    const QByteArray bytes = readWhole(copyPath(m_dir));
+    if (bytes.isEmpty())
         throw CommandError(QStringLiteral("%1 has no good copy of its project file").arg(quoted(m_dir)));
-    writeText(pathIn(m_dir, projectFile), readAll(copyPath(m_dir)));
+    writeText(pathIn(m_dir, projectFile), bytes);
 }
 
 void ProjectSession::keepCopy() const
 {
-    const QByteArray bytes = readAll(pathIn(m_dir, projectFile));
-    Registered registered;
-    if (readWhole(bytes, registered) && bytes != readAll(copyPath(m_dir)))
+    const QByteArray bytes = readWhole(pathIn(m_dir, projectFile));
+    if (!bytes.isEmpty() && bytes != readAll(copyPath(m_dir)))
         writeText(copyPath(m_dir), bytes);
 }
 
@@ -238,7 +241,7 @@ void ProjectSession::save()
 {
     keepCopy();
     const QString path = pathIn(m_dir, projectFile);
-    if (!m_project.save(m_dir, nullptr) || !isWhole(path)) {
+    if (!m_project.save(m_dir, nullptr) || readWhole(path).isEmpty()) {
         throw CommandError(QStringLiteral("%1 was not written whole (is there room on the disk?); --recover puts back "
                                           "what stood there before")
                                .arg(quoted(path)));
