@@ -78,8 +78,11 @@ void store(const VolumeCalcAreaList &list, const QString &out)
     VolumeCalcAreaList stored(list);
     if (!list.saveToFile())
         throw CommandError(QStringLiteral("%1 can't be written").arg(quoted(out)));
-    if (!stored.loadFromFile() || toJson(rowsAsStored(stored)) != toJson(rowsAsStored(list)))
+    if (!stored.loadFromFile() || toJson(rowsAsStored(stored)) != toJson(rowsAsStored(list))) {
+        // What is left holds no volumes, and would be in the way of the next run.
+        QFile::remove(out);
         throw CommandError(QStringLiteral("%1 was not written whole; is there room on the disk?").arg(quoted(out)));
+    }
 }
 
 void draw(const Console &console, const VolumeCalcAreaList &list, const QString &path)
