@@ -56,7 +56,8 @@ private:
     void expectSound(const Outcome &outcome);
     void expectUnnoticed(const Fault &fault, const Outcome &outcome);
     void expectFailed(const Fault &fault, const Outcome &outcome);
-    void expectRepeatable(const QString &except);
+    void expectRepeatable(const Outcome &failed, const QString &except);
+    bool isProgram() const;
     /// The rules that hold for a fault, as one.
     struct Allowed
     {

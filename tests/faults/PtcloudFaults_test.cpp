@@ -13,35 +13,86 @@ namespace
 const ToldRule recordsThatCantBeRead = {
     "a reading error in a LAS file drops records or leaves zeros, and does not fail the build", "read seek", "",
     "inside/(built/target|project/new/Points)"};
+const ToldRule aBuildThatStays = {"what a builder has written stays, and is no file that the host would write over",
+                                  "write reserve seek truncate close read", "", "inside/built/target", false};
+const ToldRule blocksThatAreLeftOut = {"a block that can't be read is left out of a volume", "read seek memory", "",
+                                       "inside/(built/out.*|project/a/earth.volume)"};
+const ToldRule entriesThatAreForgotten = {"what does not load is forgotten by the next save, with a warning",
+                                          "open read seek list look memory", "",
+                                          "inside/project/(.ptcloud/)?points_cloud.pcproj"};
+const ToldRule aSaveThatIsCut = {"a save that is cut leaves a shortened file", "write close", "",
+                                 "inside/project/a/earth.volume"};
+const ToldRule aLockThatStays = {"a lock of a program that has ended holds nobody", "remove look list", "",
+                                 "inside/project/.ptcloud/lock"};
+const ToldRule aDirectoryThatStays = {"whether the directory of a data set goes is not looked at",
+                                      "remove list look memory", "", "inside/project/[ab](/.*)?"};
 
 const FaultRow files[] = {
     {"Las", "ptcloud las @/las/a.las", "0", "1", ""},
     {"Dump", "ptcloud dump @/project/a/Points", "0", "1", ""},
-    {"Build", "ptcloud build @/built/target @/las/a.las", "0", "1", "inside/built/target", {recordsThatCantBeRead}},
-    {"Convert", "ptcloud convert @/las/a.las @/built/out.las", "0", "1", ""},
+    {"Build",
+     "ptcloud build @/built/target @/las/a.las",
+     "0",
+     "1",
+     "inside/built/target",
+     {recordsThatCantBeRead, aBuildThatStays}},
+    {"Convert", "ptcloud convert @/las/a.las @/built/out.las", "0", "1", "inside/built/out.las.json"},
     {"ExportLas", "ptcloud export @/project/a/Points @/built/out.las", "0", "1", ""},
     {"ExportPly", "ptcloud export @/project/a/roof.mesh @/built/out.ply", "0", "1", ""},
     {"ExportCsv", "ptcloud export @/project/a/Points @/built/out.csv", "0", "1", ""},
-    {"Picture", "ptcloud picture @/project/a/Points @/built/out.png --by height", "0", "1", ""},
+    {"Picture", "ptcloud picture @/project/a/Points @/built/out.png --by height --size 64", "0", "1", ""},
     {"Contours", "ptcloud contours @/project/a/dem.contour --picture @/built/out.png", "0", "1", ""},
     {"Volume",
      "ptcloud volume --points @/project/a/Points --areas @/areas.geojson --out @/built/out.volume --csv @/built/out.csv",
      "0",
      "1",
-     ""},
+     "inside/built/out.volume",
+     {blocksThatAreLeftOut}},
     {"DemoLas", "ptcloud demo-las @/built/out.las --points 3000", "0", "1", ""},
 };
 
+#define SAVED OWN "|inside/project/points_cloud.pcproj"
+
 const FaultRow projects[] = {
     {"New", "ptcloud new -p @/fresh", "0", "1", "inside/fresh(/.*)?"},
-    {"List", "ptcloud list -p @/project", "0", "1", OWN},
-    {"Import", "ptcloud import @/las/b.las -p @/project", "0", "1", OWN},
-    {"Make", "ptcloud make new a.las -p @/project", "0", "1", OWN "|" NEW, {recordsThatCantBeRead}},
-    {"Copy", "ptcloud copy a new -p @/project", "0", "1", OWN "|" NEW},
-    {"MergeAndRemove", "ptcloud merge new a b --remove-sources -p @/project", "0", "1", OWN},
-    {"Rename", "ptcloud rename a new -p @/project", "0", "1", OWN},
-    {"Remove", "ptcloud remove b -p @/project", "0", "1", OWN},
-    {"Volume", "ptcloud volume a --areas @/areas.geojson -p @/project", "0", "1", OWN},
+    {"List", "ptcloud list -p @/project", "0", "1", OWN, {aLockThatStays}},
+    {"Import", "ptcloud import @/las/b.las -p @/project", "0", "1", SAVED, {entriesThatAreForgotten, aLockThatStays}},
+    {"Make",
+     "ptcloud make new a.las -p @/project",
+     "0",
+     "1",
+     SAVED "|" NEW,
+     {recordsThatCantBeRead, entriesThatAreForgotten, aLockThatStays}},
+    {"Copy",
+     "ptcloud copy a new -p @/project",
+     "0",
+     "1",
+     SAVED "|" NEW,
+     {entriesThatAreForgotten, aLockThatStays}},
+    {"MergeAndRemove",
+     "ptcloud merge new a b --remove-sources -p @/project",
+     "0",
+     "1",
+     SAVED "|" NEW,
+     {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays}},
+    {"Rename",
+     "ptcloud rename a new -p @/project",
+     "0",
+     "1",
+     SAVED,
+     {entriesThatAreForgotten, aLockThatStays}},
+    {"Remove",
+     "ptcloud remove b -p @/project",
+     "0",
+     "1",
+     SAVED,
+     {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays}},
+    {"Volume",
+     "ptcloud volume a --areas @/areas.geojson -p @/project",
+     "0",
+     "1",
+     SAVED "|inside/project/a/earth.volume",
+     {entriesThatAreForgotten, blocksThatAreLeftOut, aSaveThatIsCut, aLockThatStays}},
 };
 
 INSTANTIATE_TEST_SUITE_P(PtcloudFiles, Faults, ::testing::ValuesIn(files), support::FaultRowName());
