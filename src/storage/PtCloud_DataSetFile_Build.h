@@ -29,7 +29,7 @@ bool PtCloud_DataSetFile::finishFile(Build build)
     }
     if (m_file) {
         // A failure is told by the result, and the head stands in front of what was written all the same.
-        if (m_file->size() != 0)
+        if (done || m_file->size() != 0)
             done = writeFormatWord() && done;
         // On some file systems only this tells that bytes did not reach the disk.
         m_file->close();
