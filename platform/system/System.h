@@ -29,8 +29,8 @@ void releaseStaleSharedMemory(const QString &key);
 bool reserveFileSpace(QFile &file, qint64 size);
 
 /// Whether a name is one plain path component, so that a file or directory of that name lies where it is put: not
-/// empty, not "." or "..", without a separator or a NUL; on Windows also without \ : * ? " < > |, a blank or dot at the
-/// end, and not the name of a device.
+/// empty, not "." or "..", without a separator or a NUL, and without a colon in front, which Qt takes for a path of its
+/// resources; on Windows also without \ : * ? " < > |, a blank or dot at the end, and not the name of a device.
 bool isPlainName(const QString &name);
 
 /// Whether both paths lead to one file that is there, over whatever links, hard ones too.

@@ -157,7 +157,8 @@ bool reserveFileSpace(QFile &file, qint64 size)
 bool isPlainName(const QString &name)
 {
     return !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..")
-           && !name.contains(QLatin1Char('/')) && !name.contains(QChar(QChar::Null));
+           && !name.contains(QLatin1Char('/')) && !name.contains(QChar(QChar::Null))
+           && !name.startsWith(QLatin1Char(':'));
 }
 
 bool isSameFile(const QString &a, const QString &b)

@@ -48,7 +48,8 @@ bool copyTree(const QDir &from, const QDir &to, bool overwrite)
     if (!isWhole(entries, from))
         return false;
     for (const QFileInfo &entry : entries) {
-        const QString target = to.absoluteFilePath(entry.fileName());
+        // Put together by hand: a name with a colon in front is a path of its own to QDir.
+        const QString target = to.absolutePath() + QLatin1Char('/') + entry.fileName();
         if (entry.isDir()) {
             if (!entry.isSymLink() && !copyTree(QDir(entry.absoluteFilePath()), QDir(target), overwrite))
                 return false;

@@ -224,9 +224,11 @@ PtCloudDataSet::OpenContents PtCloudDataSet::closeContents()
 
 void PtCloudDataSet::moveContents(const QDir &directory, const OpenContents &wasOpen)
 {
-    const auto moveFamily = [this, &directory](const Family &family, const QMap<QString, bool> &reopen) {
+    // Put together by hand: a name with a colon in front is a path of its own to QDir.
+    const QString place = directory.absolutePath() + QLatin1Char('/');
+    const auto moveFamily = [this, &place](const Family &family, const QMap<QString, bool> &reopen) {
         for (auto it = reopen.cbegin(); it != reopen.cend(); ++it)
-            move(*(this->*family.files)[it.key()], directory.absoluteFilePath(family.fileName(it.key())), *it);
+            move(*(this->*family.files)[it.key()], place + family.fileName(it.key()), *it);
     };
     move(m_points, directory.absoluteFilePath(getFileName_Points()), wasOpen.points);
     moveFamily(meshes, wasOpen.meshes);

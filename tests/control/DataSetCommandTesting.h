@@ -137,6 +137,7 @@ inline std::vector<HostileName> hostileNames()
             {"NewInADataSet", QStringLiteral("zed/new")},
             {"WithASlash", QStringLiteral("unregistered/")},
             {"ByADetour", QStringLiteral("abc/../unregistered")},
+            {"Resource", QStringLiteral(":unregistered")},
             {"NulAtTheEnd", QStringLiteral("unregistered") + QChar(0)},
             {"NulWithin", QStringLiteral("un") + QChar(0) + QStringLiteral("registered")}};
 }

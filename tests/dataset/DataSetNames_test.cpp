@@ -45,6 +45,7 @@ const HostileName hostileNames[] = {
     {"NewInASibling", QStringLiteral("sibling/new")},
     {"Nul", QString(QChar(0))},
     {"NulAtTheEnd", QStringLiteral("sibling") + QChar(0)},
+    {"Resource", QStringLiteral(":sibling")},
     {"NulWithin", QStringLiteral("sibling") + QChar(0) + QStringLiteral("x")},
 };
 

@@ -76,6 +76,17 @@ TEST_F(DataSetRename, OpensAgainWhatWasOpenExceptTheContours)
     EXPECT_EQ(m_signals.take(), QStringList());
 }
 
+TEST_F(DataSetRename, FindsAContentWhoseNameHasAColonInFront)
+{
+    DiskState files = bareDataSet();
+    files[QStringLiteral(":a.mesh")] = meshBytes(3);
+    load(files);
+    ASSERT_TRUE(rename());
+    PtCloud_DataSetFile *const mesh = m_set.getContent_Meshs()->value(QStringLiteral(":a"));
+    ASSERT_NE(mesh, nullptr);
+    EXPECT_TRUE(mesh->openFile());
+}
+
 TEST_F(DataSetRename, OpensNothingElse)
 {
     load(fullDataSet());

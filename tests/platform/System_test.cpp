@@ -403,7 +403,7 @@ TEST(PlainName, IsOnePathComponent)
 {
     for (const char *name : {"a", "Points", "two words", ".hidden", "...", "a.b", "\xc3\xa4\xe4\xb8\xad", "-"})
         EXPECT_TRUE(platform::isPlainName(QString::fromUtf8(name))) << name;
-    for (const char *name : {"", ".", "..", "/", "a/b", "/abs", "a/", "../a"})
+    for (const char *name : {"", ".", "..", "/", "a/b", "/abs", "a/", "../a", ":", ":a", ":/a"})
         EXPECT_FALSE(platform::isPlainName(QString::fromUtf8(name))) << name;
     EXPECT_FALSE(platform::isPlainName(QString()));
     EXPECT_FALSE(platform::isPlainName(QStringLiteral("a") + QChar(QChar::Null) + QStringLiteral("b")));

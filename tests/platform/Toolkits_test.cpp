@@ -55,6 +55,16 @@ TEST_F(CopyDirectory, TakesEverythingThatLiesBelow)
     }
 }
 
+TEST_F(CopyDirectory, TakesANameWithAColonInFrontForAName)
+{
+    ASSERT_TRUE(writeFile(path("from/:a"), "colon"));
+    ASSERT_TRUE(QDir().mkpath(path("from/:deep")));
+    EXPECT_TRUE(copy());
+    EXPECT_EQ(readFile(path("to/:a")), "colon");
+    EXPECT_TRUE(QDir(path("to/:deep")).exists());
+    EXPECT_FALSE(QFile::exists(QDir::currentPath() + QStringLiteral("/:a")));
+}
+
 TEST_F(CopyDirectory, ReplacesFilesOnlyWhenItMay)
 {
     ASSERT_TRUE(QDir().mkpath(path("to")));
