@@ -349,3 +349,15 @@ TEST_F(VolumeCommand, TellsWrongUsageFromFailure)
         EXPECT_EQ(run.errorLines().size(), 1);
     }
 }
+
+TEST_F(VolumeCommand, ShowsNamesOnOneLineAndNothingThatATerminalObeys)
+{
+    const QByteArray area = square(R"("name":"a\nb\u001b[2J")");
+    const PtcloudRun refused = onPoints(area + ',' + area);
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.errors.count('\n'), 1) << refused.errors.constData();
+    EXPECT_FALSE(refused.errors.contains('\x1b'));
+    const PtcloudRun done = onPoints(area);
+    EXPECT_EQ(done.exitCode, 0) << done.errors.constData();
+    EXPECT_FALSE(done.output.contains('\x1b'));
+}

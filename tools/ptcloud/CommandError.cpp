@@ -2,8 +2,17 @@
 
 #include <utility>
 
+QString oneLine(QString text)
+{
+    for (QChar &letter : text) {
+        if (letter.category() == QChar::Other_Control)
+            letter = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
 CommandError::CommandError(QString text, QString result)
-    : m_text(std::move(text)), m_result(std::move(result)), m_utf8(m_text.toStdString())
+    : m_text(oneLine(std::move(text))), m_result(std::move(result)), m_utf8(m_text.toStdString())
 {}
 
 QString argument(const std::string &text)

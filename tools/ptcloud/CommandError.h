@@ -5,6 +5,9 @@
 #include <exception>
 #include <string>
 
+/// Text as one line that a terminal only shows: names in files may hold line ends, and letters that a terminal obeys.
+QString oneLine(QString text);
+
 /// What a command throws when it can't be done: one line that says what, which file or name, why, and what to do.
 class CommandError : public std::exception
 {

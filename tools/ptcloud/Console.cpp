@@ -22,7 +22,7 @@ void print(std::FILE *stream, const QString &text)
 void Console::line(const QString &text) const
 {
     if (!json)
-        print(stdout, text + QLatin1Char('\n'));
+        print(stdout, oneLine(text) + QLatin1Char('\n'));
 }
 
 void Console::object(const QJsonObject &object) const
@@ -33,7 +33,7 @@ void Console::object(const QJsonObject &object) const
 
 void Console::warn(const QString &text) const
 {
-    print(stderr, QStringLiteral("warning: ") + text + QLatin1Char('\n'));
+    print(stderr, QStringLiteral("warning: ") + oneLine(text) + QLatin1Char('\n'));
 }
 
 void Console::fail(const CommandError &error) const
