@@ -61,27 +61,25 @@ isolation() {
     fi
 }
 
-crashes() {
-    find "$work/artifacts/$1" -type f | wc -l
-}
-
-# One process: search $2 seconds, and write the figures down.
+# One process: search $2 seconds, and write the figures down. It ends with the first input that breaks something.
 search() {
-    local driver=$1 seconds=$2 log=$work/logs/$1.log before status=0 cpu
-    before=$(crashes "$driver")
+    local driver=$1 seconds=$2 log=$work/logs/$1.log status=0 cpu row
     TIMEFORMAT='%U %S'
     cpu=$({ time TMPDIR=$scratch "${isolated[@]}" "$work/bin/fuzz_$driver" \
         -max_len=1048576 -rss_limit_mb=2048 -timeout=10 -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="$work/artifacts/$driver/" "$work/corpus/$driver" > "$log" 2>&1 8>&- 9>&-; } 2>&1) || status=$?
-    awk -v driver="$driver" -v cpu="$cpu" -v crashes=$(($(crashes "$driver") - before)) '
+    row=$(awk -v driver="$driver" -v cpu="$cpu" -v crashes=$((status != 0)) '
         / cov: / { for (i = 1; i < NF; ++i) { if ($i == "cov:") cov = $(i + 1); if ($i == "corp:") corp = $(i + 1) } }
         /stat::number_of_executed_units:/ { runs = $2 }
         END {
             sub("/.*", "", corp); split(cpu, part, " ")
             printf "%s,%d,%.1f,%d,%d,%d\n", driver, runs, part[1] + part[2], cov, corp, crashes
-        }' "$log" | (flock 7; cat >> "$figures") 7> "$figures.lock"
-    tail -n 1 "$figures"
-    [ "$status" -eq 0 ] || { cp "$log" "$work/logs/$driver-broken-$(date +%s).log"; grep -m 1 -E 'ERROR|what\(\)' "$log"; }
+        }' "$log")
+    (flock 7; echo "$row" | tee -a "$figures") 7> "$figures.lock"
+    [ "$status" -ne 0 ] || return 0
+    cp "$log" "$work/logs/$driver-broken-$(date +%s).log"
+    grep -m 1 -E 'ERROR|what\(\)' "$log"
+    return 1
 }
 
 run_driver() {
