@@ -10,7 +10,8 @@ namespace
 #define TARGET "inside/built/target"
 
 const ToldRule recordsThatCantBeRead = {
-    "a reading error in a LAS file drops records or leaves zeros, and does not fail the build", "read seek", "", TARGET};
+    "a reading error in a LAS file drops records or leaves zeros, and does not fail the build", "read seek", "",
+    TARGET};
 const ToldRule recordsThatAreLeftOut = {"records that can't be read are not there", "read seek", R"(true\|\d+)"};
 
 const FaultRow rows[] = {

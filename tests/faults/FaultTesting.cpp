@@ -92,7 +92,8 @@ void Faults::SetUp()
     expectSound(outcome);
     m_done = outcome.result;
     m_afterwards = m_stand.state();
-    ASSERT_TRUE(matches(m_done, QString::fromUtf8(GetParam().done))) << m_done.constData() << outcome.errors.constData();
+    ASSERT_TRUE(matches(m_done, QString::fromUtf8(GetParam().done)))
+        << m_done.constData() << outcome.errors.constData();
 }
 
 void Faults::TearDown()
@@ -227,9 +228,9 @@ std::string Faults::differences(const DiskState &expected, const QString &except
     for (const QString &name : names) {
         const bool isSame = now.contains(name) && expected.contains(name) && now[name] == expected[name];
         if (!isSame && !matches(name.toUtf8(), ignored))
-            different << (now.contains(name) ? expected.contains(name) ? QStringLiteral("changed: ")
-                                                                       : QStringLiteral("new: ")
-                                             : QStringLiteral("missing: "))
+            different << (now.contains(name)
+                              ? expected.contains(name) ? QStringLiteral("changed: ") : QStringLiteral("new: ")
+                              : QStringLiteral("missing: "))
                              + name;
     }
     return different.join(QStringLiteral(", ")).toStdString();

@@ -16,9 +16,9 @@ namespace support
 struct ToldRule
 {
     const char *words;
-    const char *calls;          ///< the kinds of calls, with blanks between
-    const char *results = "";   ///< an expression: results that are allowed besides
-    const char *paths = "";     ///< an expression: these may be there, differ or be missing
+    const char *calls;        ///< the kinds of calls, with blanks between
+    const char *results = ""; ///< an expression: results that are allowed besides
+    const char *paths = "";   ///< an expression: these may be there, differ or be missing
     bool isRepeatable = true; ///< whether a second run must still succeed
 };
 
@@ -27,9 +27,9 @@ struct FaultRow
 {
     const char *name;
     const char *command;
-    const char *done;     ///< an expression: what a run tells that nothing disturbs
-    const char *failed;   ///< an expression: what others tell
-    const char *leaves;   ///< an expression: paths below the stand that a failed run may make or change
+    const char *done;   ///< an expression: what a run tells that nothing disturbs
+    const char *failed; ///< an expression: what others tell
+    const char *leaves; ///< an expression: paths below the stand that a failed run may make or change
     std::vector<ToldRule> rules = {};
     const char *noticed = ""; ///< kinds of calls, with blanks between, whose failure must show in the result
 };

@@ -29,8 +29,8 @@ public:
     /// Everything that the object lists.
     QByteArray contents() const
     {
-        QStringList names = set.getContent_Meshs()->keys() + set.getContent_Splits()->keys()
-                            + set.getContent_Cuts()->keys();
+        QStringList names =
+            set.getContent_Meshs()->keys() + set.getContent_Splits()->keys() + set.getContent_Cuts()->keys();
         QMap<QString, const VolumeCalcArea *> areas;
         const_cast<const VolumeCalcAreaList *>(set.getContent_EarthVolume())->getAreas(areas);
         names += areas.keys();

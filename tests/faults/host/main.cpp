@@ -1,6 +1,6 @@
-// Runs commands of the library, each in a process of its own that is forked off when everything is loaded. One request a
-// line comes in, a JSON object: `command`, `directory`, and `environment`, which tells the injector what is to fail. One
-// line goes out: how the process ended, what the command told, and what was printed on standard error.
+// Runs commands of the library, each in a process of its own that is forked off when everything is loaded. One request
+// a line comes in, a JSON object: `command`, `directory`, and `environment`, which tells the injector what is to fail.
+// One line goes out: how the process ended, what the command told, and what was printed on standard error.
 
 #include "Commands.h"
 
@@ -47,8 +47,8 @@ void ignoreDebugLines(QtMsgType type, const QMessageLogContext &, const QString 
         char *argv[] = {name, nullptr};
         const QCoreApplication application(argc, argv);
         const Command *const command = findCommand(request.value(QLatin1String("command")).toString().toLatin1());
-        told = command == nullptr ? "no such command"
-                                  : command->run(request.value(QLatin1String("directory")).toString());
+        told =
+            command == nullptr ? "no such command" : command->run(request.value(QLatin1String("directory")).toString());
     }
     const bool isTold = write(results, told.constData(), static_cast<std::size_t>(told.size())) == told.size();
     std::exit(isTold ? 0 : 3);

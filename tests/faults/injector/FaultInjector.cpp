@@ -20,16 +20,17 @@ namespace
 {
 
 /// In the order of `Call`.
-constexpr const char *names[] = {"none", "open", "read",   "write",  "seek",  "truncate", "reserve", "map",  "close",  "sync",
-                                 "rename", "remove", "mkdir", "list", "look",     "fork",    "thread", "shm", "memory"};
+constexpr const char *names[] = {"none", "open",  "read",   "write",  "seek",   "truncate", "reserve",
+                                 "map",  "close", "sync",   "rename", "remove", "mkdir",    "list",
+                                 "look", "fork",  "thread", "shm",    "memory"};
 
 struct Error
 {
     const char *name;
     int number;
 };
-constexpr Error errors[] = {{"EIO", EIO},       {"ENOSPC", ENOSPC}, {"EACCES", EACCES}, {"EMFILE", EMFILE},
-                            {"EINTR", EINTR},   {"ENOMEM", ENOMEM}, {"EAGAIN", EAGAIN}, {"ENFILE", ENFILE}};
+constexpr Error errors[] = {{"EIO", EIO},     {"ENOSPC", ENOSPC}, {"EACCES", EACCES}, {"EMFILE", EMFILE},
+                            {"EINTR", EINTR}, {"ENOMEM", ENOMEM}, {"EAGAIN", EAGAIN}, {"ENFILE", ENFILE}};
 
 /// What the caller maps as well, to learn what came of it even where this process dies.
 struct Record
@@ -41,7 +42,7 @@ struct Record
 struct Plan
 {
     unsigned int calls = 0; ///< a bit for each
-    int error = 0; ///< 0: none, the call is only cut short
+    int error = 0;          ///< 0: none, the call is only cut short
     bool isShort = false;
     bool isLasting = false;
     int number = 0;

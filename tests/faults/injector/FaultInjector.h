@@ -76,5 +76,4 @@ Function *next(Function * /*own*/, const char *name)
 } // namespace fault
 
 /// The function that a function of this object stands in front of.
-#define FAULT_NEXT(name)                                                                                               \
-    static auto *const real = fault::next(&name, #name);
+#define FAULT_NEXT(name) static auto *const real = fault::next(&name, #name);

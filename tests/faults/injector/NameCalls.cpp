@@ -177,7 +177,7 @@ int statx(int directory, const char *path, int flags, unsigned int mask, struct 
 {
     FAULT_NEXT(statx)
     const bool fails = (flags & AT_EMPTY_PATH) != 0 && path[0] == '\0' ? failsOn(directory, Call::Look)
-                                                                      : failsAt(directory, path, Call::Look);
+                                                                       : failsAt(directory, path, Call::Look);
     return fails ? -1 : real(directory, path, flags, mask, info);
 }
 
