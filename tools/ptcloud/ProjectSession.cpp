@@ -33,6 +33,21 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/// The bytes of the project file; none where there is no file. Throws where it can't be read: it may be newer than the
+/// copy, which must not take its place then.
+QByteArray readProjectFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.exists())
+        return {};
+    if (file.open(QIODevice::ReadOnly)) {
+        const QByteArray bytes = file.readAll();
+        if (file.error() == QFileDevice::NoError && bytes.size() == file.size())
+            return bytes;
+    }
+    throw CommandError(QStringLiteral("%1 can't be read: %2").arg(quoted(path), file.errorString()));
+}
+
 /// What a project file names: LAS files with their paths, data sets with their directories.
 struct Registered
 {
@@ -155,7 +170,7 @@ ProjectSession::ProjectSession(const Console &console, const ProjectOptions &opt
     if (options.recover)
         recover();
     Registered registered;
-    if (!readWhole(readAll(path), registered)) {
+    if (!readWhole(readProjectFile(path), registered)) {
         throw CommandError(QStringLiteral("%1 is cut short or damaged; --recover puts the last good copy in its place")
                                .arg(quoted(path)));
     }
