@@ -38,12 +38,12 @@ QByteArray readAll(const QString &path)
 QByteArray readProjectFile(const QString &path)
 {
     QFile file(path);
-    if (!file.exists())
-        return {};
     if (file.open(QIODevice::ReadOnly)) {
         const QByteArray bytes = file.readAll();
         if (file.error() == QFileDevice::NoError && bytes.size() == file.size())
             return bytes;
+    } else if (!file.exists()) {
+        return {};
     }
     throw CommandError(QStringLiteral("%1 can't be read: %2").arg(quoted(path), file.errorString()));
 }
