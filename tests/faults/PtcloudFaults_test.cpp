@@ -27,6 +27,10 @@ const ToldRule aLockThatStays = {"a lock of a program that has ended holds nobod
 const ToldRule aDirectoryThatStays = {"whether the directory of a data set goes is not looked at",
                                       "remove list look memory", "", "inside/project/[ab](/.*)?"};
 
+const ToldRule workThatIsDone = {"what was merged, renamed or removed stays so where the save behind it fails",
+                                 "open read write seek rename look list memory close sync", "",
+                                 "inside/project/([ab]|new)(/.*)?"};
+
 const FaultRow files[] = {
     {"Las", "ptcloud las @/las/a.las", "0", "1", ""},
     {"Dump", "ptcloud dump @/project/a/Points", "0", "1", ""},
@@ -70,14 +74,19 @@ const FaultRow projects[] = {
      "0",
      "1",
      SAVED "|" NEW,
-     {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays}},
-    {"Rename", "ptcloud rename a new -p @/project", "0", "1", SAVED, {entriesThatAreForgotten, aLockThatStays}},
+     {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays, workThatIsDone}},
+    {"Rename",
+     "ptcloud rename a new -p @/project",
+     "0",
+     "1",
+     SAVED,
+     {entriesThatAreForgotten, aLockThatStays, workThatIsDone}},
     {"Remove",
      "ptcloud remove b -p @/project",
      "0",
      "1",
      SAVED,
-     {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays}},
+     {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays, workThatIsDone}},
     {"Volume",
      "ptcloud volume a --areas @/areas.geojson -p @/project",
      "0",
