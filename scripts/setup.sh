@@ -10,7 +10,8 @@ set -euo pipefail
 
 build_packages=(g++ cmake ninja-build ccache pkg-config qtbase5-dev libcli11-dev)
 worker_packages=(libopen3d-dev libnanoflann-dev libeigen3-dev libboost-dev)
-test_packages=(libgtest-dev libbenchmark-dev libeigen3-dev doxygen clang clang-format clang-tidy libclang-rt-14-dev llvm-14)
+test_packages=(libgtest-dev libbenchmark-dev libeigen3-dev doxygen clang clang-format clang-tidy libclang-rt-14-dev llvm-14
+               python3)
 
 packages=()
 [ $# -gt 0 ] || set -- build
