@@ -5,6 +5,7 @@
 Prints a table by file, and the lines that nothing reached."""
 
 import json
+import signal
 import subprocess
 import sys
 from collections import defaultdict
@@ -138,4 +139,5 @@ def main():
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     sys.exit(main())

@@ -9,6 +9,8 @@ import csv
 import hashlib
 import json
 import os
+import signal
+import sys
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -20,6 +22,7 @@ from suites import Suite, run_suite
 COLUMNS = ["file", "line", "column", "kind", "original", "mutated", "result", "by"]
 # What is no change at all, or no program, says nothing of the tests: another mutant is drawn for it.
 NOT_COUNTED = ("does not compile", "same code")
+WHAT_TESTS_DEPEND_ON = ("include/", "platform/", "src/", "tests/", "tools/")
 
 
 @dataclass
@@ -132,7 +135,8 @@ def open_results(directory, sources):
 def measure_baseline(tree):
     """Measured once for what the tree is now, with sources and tests."""
     path = tree.directory / "baseline.json"
-    digest = digest_of(sorted((name, (tree.sources / name).read_bytes().hex()) for name in tree.files()))
+    digest = digest_of(sorted((name, (tree.sources / name).read_bytes().hex()) for name in tree.files()
+                              if name.startswith(WHAT_TESTS_DEPEND_ON)))
     known = json.loads(path.read_text()) if path.exists() else {}
     if known.get("digest") != digest:
         tree.make(coverage=True)
@@ -184,4 +188,5 @@ def main():
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     main()

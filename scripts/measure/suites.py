@@ -20,7 +20,7 @@ PROTECTED = ["sh", "-c", """
     mount -o remount,bind,ro / && cd "$TMPDIR" || exit
     "$@"
     exit $?""", "sh"]
-LIMITS = ["prlimit", f"--as={8 * GIBIBYTE}", f"--fsize={4 * GIBIBYTE}", "--core=0"]
+LIMITS = ["prlimit", f"--as={8 * GIBIBYTE}", f"--fsize={16 * GIBIBYTE}", "--core=0"]
 
 
 @dataclass(frozen=True, order=True)
@@ -74,8 +74,10 @@ def run_suite(build, suite, seconds, extra_arguments=(), writable=()):
                 process.wait(seconds)
             except subprocess.TimeoutExpired:
                 timed_out = True
-                os.killpg(process.pid, signal.SIGKILL)
-                process.wait()
+            finally:
+                if process.returncode is None:
+                    os.killpg(process.pid, signal.SIGKILL)
+                    process.wait()
             output.seek(max(0, output.seek(0, os.SEEK_END) - 20000))
             text = output.read().decode(errors="replace")
         return Outcome(process.returncode == 0, timed_out, time.monotonic() - begin, text)
