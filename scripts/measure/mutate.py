@@ -89,7 +89,7 @@ def notices(build, suite, limit):
     first = run_suite(build, suite, limit, ["--gtest_fail_fast"])
     if first.passed:
         return None
-    if first.timed_out:
+    if not first.ended:
         return f"{suite} (did not end)"
     return None if run_suite(build, suite, limit, ["--gtest_fail_fast"]).passed else str(suite)
 
@@ -98,13 +98,18 @@ def judge(tree, baseline, mutant, text):
     suites = baseline.suites_for(mutant)
     tree.put(mutant.file, mutant.applied(text))
     try:
-        if not tree.compiles():
+        if not tree.builds("points_cloud"):
             return "does not compile", ""
         if tree.is_same_code():
             return "same code", ""
         if not suites:
             return "survived", "no test reaches the line"
+        built = set()
         for suite in suites:
+            # Some programs hold the objects of the library.
+            if suite.program not in built and not tree.builds(suite.program):
+                return "does not compile", ""
+            built.add(suite.program)
             by = notices(tree.build, suite, baseline.limit(suite))
             if by:
                 return "killed", by

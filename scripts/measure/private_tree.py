@@ -47,8 +47,8 @@ class PrivateTree:
     def object_codes(self):
         return {path: path.read_bytes() for path in self.objects.rglob("*.o")}
 
-    def compiles(self):
-        return subprocess.run(["cmake", "--build", self.build], stdout=subprocess.DEVNULL,
+    def builds(self, target):
+        return subprocess.run(["cmake", "--build", self.build, "--target", target], stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL).returncode == 0
 
     def is_same_code(self):

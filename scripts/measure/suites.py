@@ -2,6 +2,7 @@
 test, as ctest has it, costs more than most tests do."""
 
 import os
+import shutil
 import signal
 import subprocess
 import tempfile
@@ -20,7 +21,8 @@ PROTECTED = ["sh", "-c", """
     mount -o remount,bind,ro / && cd "$TMPDIR" || exit
     "$@"
     exit $?""", "sh"]
-LIMITS = ["prlimit", f"--as={8 * GIBIBYTE}", f"--fsize={16 * GIBIBYTE}", "--core=0"]
+LIMITS = ["prlimit", f"--as={8 * GIBIBYTE}", "--core=0"]
+LEAST_FREE_DISK = 4 * GIBIBYTE  # no limit of a file's length would do: tests make long files that are all hole
 
 
 @dataclass(frozen=True, order=True)
@@ -39,7 +41,7 @@ class Suite:
 @dataclass(frozen=True)
 class Outcome:
     passed: bool
-    timed_out: bool
+    ended: bool
     seconds: float
     output: str
 
@@ -58,6 +60,17 @@ def all_suites(build):
     return found
 
 
+def ends_by_itself(process, deadline, scratch):
+    """Waits until a process ends, or must be ended, since its time is over or it fills the disk."""
+    while True:
+        try:
+            process.wait(min(1, max(0, deadline - time.monotonic())))
+            return True
+        except subprocess.TimeoutExpired:
+            if time.monotonic() >= deadline or shutil.disk_usage(scratch).free < LEAST_FREE_DISK:
+                return False
+
+
 def run_suite(build, suite, seconds, extra_arguments=(), writable=()):
     """Runs a suite in a scratch directory of its own, which goes with it, and for no longer than `seconds`. Nothing else is
     written to, but for the directories in `writable`, whose names must have no spaces."""
@@ -69,15 +82,12 @@ def run_suite(build, suite, seconds, extra_arguments=(), writable=()):
         with tempfile.TemporaryFile() as output:
             process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=output,
                                        stderr=subprocess.STDOUT, start_new_session=True)
-            timed_out = False
             try:
-                process.wait(seconds)
-            except subprocess.TimeoutExpired:
-                timed_out = True
+                ended = ends_by_itself(process, begin + seconds, scratch)
             finally:
                 if process.returncode is None:
                     os.killpg(process.pid, signal.SIGKILL)
                     process.wait()
             output.seek(max(0, output.seek(0, os.SEEK_END) - 20000))
             text = output.read().decode(errors="replace")
-        return Outcome(process.returncode == 0, timed_out, time.monotonic() - begin, text)
+        return Outcome(process.returncode == 0, ended, time.monotonic() - begin, text)
