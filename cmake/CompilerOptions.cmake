@@ -21,10 +21,9 @@ if(POINTS_CLOUD_SANITIZE)
   add_compile_options(-fsanitize=${POINTS_CLOUD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${POINTS_CLOUD_SANITIZE})
 endif()
-# What of the library the tests reach is counted, and not of themselves: src/ and platform/ compile with these.
-set(POINTS_CLOUD_COVERAGE_OPTIONS)
+# What of the library the tests reach is counted, and not of themselves.
 if(POINTS_CLOUD_COVERAGE)
-  set(POINTS_CLOUD_COVERAGE_OPTIONS --coverage -O0)
+  list(APPEND POINTS_CLOUD_LIBRARY_OPTIONS --coverage -O0)
   add_link_options(--coverage)
 endif()
 if(POINTS_CLOUD_BUILD_FUZZ)

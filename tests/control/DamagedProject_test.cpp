@@ -95,6 +95,25 @@ TEST_F(RefusedProject, HasANegativeCount)
     }
 }
 
+#ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST_F(RefusedProject, HasATextThatMemoryDoesNotHold)
+{
+    const QString other = m_root.filePath(QStringLiteral("other"));
+    QByteArray bytes;
+    for (const qint32 number : {1, 1, 0x20000000}) // version, pairs, bytes of the first text
+        putInt(bytes, number);
+    support::makeDirectory(other, {{QStringLiteral("points_cloud.pcproj"), bytes}, {QStringLiteral("x"), "x"}});
+    ASSERT_TRUE(QFile::resize(other + QStringLiteral("/points_cloud.pcproj"), 0x30000000));
+    {
+        const support::AddressSpaceLimit limit(64U << 20);
+        ASSERT_TRUE(limit.holds());
+        EXPECT_FALSE(m_project.loadProject(other, nullptr));
+    }
+    EXPECT_TRUE(QFile::exists(other + QStringLiteral("/x")));
+    expectRegistries(allLasFiles(), allDataSets());
+}
+#endif
+
 TEST_F(DamagedProject, CutAnywhereLoadsAsFarAsItGoes)
 {
     const QByteArray whole = full().bytes();

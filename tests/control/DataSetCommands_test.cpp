@@ -1,4 +1,5 @@
 #include "DataSetCommandTesting.h"
+#include "Scarcity.h"
 
 #include <gtest/gtest.h>
 
@@ -162,6 +163,21 @@ TEST_F(MakeDataSet, EntersAnUnknownLasNameWithAnEmptyPath)
     EXPECT_EQ(m_controller.doCmd_LasFile_Remove({QStringLiteral("A.LAS")}), ActResult_Success);
     EXPECT_EQ(m_signals, QStringList(QStringLiteral("las removed A.LAS")));
 }
+
+#ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST_F(MakeDataSet, LeavesAnEmptyDirectoryWhereALasHeaderDoesNotFitIntoMemory)
+{
+    ASSERT_TRUE(support::announceManyLasHeads(path("las/a.las")));
+    const ProjectState before = state();
+    {
+        const support::AddressSpaceLimit limit(64U << 20);
+        ASSERT_TRUE(limit.holds());
+        EXPECT_EQ(make("new"), ActResult_FileError);
+    }
+    expectEmptyDirectoryAdded(before, "new");
+    expectRegistries(before);
+}
+#endif
 
 TEST_F(MakeDataSet, LeavesAnEmptyDirectoryWhereALasFileDoesNotLoadAndCanBeTriedAgain)
 {

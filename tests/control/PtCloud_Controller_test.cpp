@@ -1,5 +1,6 @@
 #include "ControllerTesting.h"
 #include "HelperProgram.h"
+#include "Scarcity.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -123,6 +124,21 @@ TEST_F(LasRegistry, RefusesWhatDoesNotLoadAndChangesNothing)
     EXPECT_TRUE(lasFiles().isEmpty());
     EXPECT_TRUE(m_signals.isEmpty());
 }
+
+#ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST_F(LasRegistry, RefusesAHeaderThatMemoryDoesNotHold)
+{
+    const QString file = lasFile("a.las");
+    ASSERT_TRUE(support::announceManyLasHeads(file));
+    {
+        const support::AddressSpaceLimit limit(64U << 20);
+        ASSERT_TRUE(limit.holds());
+        EXPECT_EQ(import(file), ActResult_FileError);
+    }
+    EXPECT_TRUE(lasFiles().isEmpty());
+    EXPECT_TRUE(m_signals.isEmpty());
+}
+#endif
 
 TEST_F(LasRegistry, LeavesTheFileClosed)
 {

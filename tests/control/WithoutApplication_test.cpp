@@ -1,3 +1,4 @@
+#include "AppConfig.h"
 #include "Bytes.h"
 #include "HelperProgram.h"
 #include "LasWriter.h"
@@ -29,6 +30,12 @@ TEST(WithoutApplication, DestroyingAControllerStopsAWorker)
         EXPECT_TRUE(worker.isRunning());
     }
     EXPECT_TRUE(worker.isKilled());
+}
+
+TEST(WithoutApplication, ProgramsAreLookedForBesideTheRunningOne)
+{
+    ASSERT_EQ(QCoreApplication::instance(), nullptr);
+    EXPECT_TRUE(AppConfig::getInstance().binDir().exists(QStringLiteral("points_cloud_bare_tests")));
 }
 
 TEST(WithoutApplication, LasFilesAreImportedAndRemoved)

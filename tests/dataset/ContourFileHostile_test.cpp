@@ -183,6 +183,25 @@ TEST_F(HostileContourFile, AllPointsInTheWorldKeepTheOnesThatAreThere)
     EXPECT_EQ(line.count(QPointF(0.0, 0.0)), line.size() - 2);
 }
 
+#ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST_F(HostileContourFile, PointsThatAreThereButDoNotFitIntoMemoryAreRefused)
+{
+    support::ContourFile file;
+    file.groups[0].heights = {{1.0, {contourLine({{1.0, 2.0}})}, {}}};
+    file.groups[0].heights[0].lines[0].pointCount = most;
+    ASSERT_TRUE(opens(support::ContourFile().bytes()));
+    ASSERT_TRUE(support::writeFile(m_file.getFilepath(), file.bytes()));
+    ASSERT_TRUE(QFile::resize(m_file.getFilepath(), 1LL << 30));
+    {
+        const support::AddressSpaceLimit limit(64U << 20);
+        ASSERT_TRUE(limit.holds());
+        EXPECT_FALSE(m_file.openFile());
+    }
+    EXPECT_TRUE(m_file.contourGroup1().isEmpty());
+    EXPECT_TRUE(m_file.contourGroup2().isEmpty());
+}
+#endif
+
 TEST_F(HostileContourFile, AllLinesInTheWorldKeepTheOnesThatAreThere)
 {
     support::ContourFile file;

@@ -17,6 +17,10 @@ using support::sameDisk;
 namespace
 {
 
+class LongDataSetName : public support::DataSetTest
+{
+};
+
 /// A name that is no plain name, and that leads nowhere beyond the test's own directory. `%1` stands for the absolute
 /// path of the directory with all that a test made.
 struct HostileName
@@ -117,6 +121,18 @@ TEST_P(HostileDataSetName, NamesNoDirectoryForADataSet)
     other.removeFile();
     EXPECT_EQ(other.getName(), hostile()) << "nothing was removed, and nothing forgotten";
     EXPECT_EQ(log.take(), QStringList());
+}
+
+TEST_F(LongDataSetName, ThatTheDiskRefusesGivesNoPaths)
+{
+    const QString name(300, QLatin1Char('x'));
+    const DiskState before = diskState(root());
+    PtCloudDataSet other;
+    other.setDir(project(), name);
+    EXPECT_EQ(other.getName(), name);
+    EXPECT_EQ(other.getContent_PointDataSetFile()->getFilepath(), QString());
+    EXPECT_FALSE(other.loadFromFile());
+    EXPECT_TRUE(sameDisk(diskState(root()), before));
 }
 
 TEST_P(HostileDataSetName, GivesNoPaths)

@@ -47,6 +47,18 @@ TEST_F(LogLibraryTest, AppendsALineToTheFileInTheHomeDirectory)
     EXPECT_TRUE(lines[1].endsWith("two"));
 }
 
+TEST_F(LogLibraryTest, NamesTheTypeOfALine)
+{
+    for (const ELogType type : {LogType_Info, LogType_Warning, LogType_Error, static_cast<ELogType>(7)})
+        m_log.addLog(QStringLiteral("category"), QStringLiteral("text"), type, false);
+    const QList<QByteArray> lines = linesInFile();
+    ASSERT_EQ(lines.size(), 4);
+    EXPECT_TRUE(lines[0].contains(" info category"));
+    EXPECT_TRUE(lines[1].contains(" warning category"));
+    EXPECT_TRUE(lines[2].contains(" error category"));
+    EXPECT_TRUE(lines[3].contains(" 7 category"));
+}
+
 TEST_F(LogLibraryTest, HandsLinesToTheSinkInsteadOfTheFile)
 {
     using Line = std::tuple<QString, QString, ELogType, bool>;

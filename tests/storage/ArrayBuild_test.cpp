@@ -256,6 +256,18 @@ TEST_F(ArrayBuild, FailsAtTheFirstBlockForATriangleArrayWithoutTriangles)
 }
 
 #ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST_F(ArrayBuild, FailsInSilenceWhereMemoryDoesNotHoldTheRuns)
+{
+    // Each point lies in another box than the one before it.
+    std::vector<Place> points;
+    for (int i = 0; i < 4000000; ++i)
+        points.push_back({i % 2 == 0 ? 0.0F : 2000.0F, 0, 0});
+    const ptCloud::stPtCloud_PointArray &array = make(points);
+    const support::AddressSpaceLimit limit(rlim_t{4} << 20);
+    ASSERT_TRUE(limit.holds());
+    expectFailedEmpty(build(array));
+}
+
 TEST_F(ArrayBuild, SaysThatMemoryIsShort)
 {
     const ptCloud::stPtCloud_PointArray &array = make(largeArray());

@@ -47,6 +47,15 @@ TEST_F(ArrayListBuild, LaysAGridOverEachArrayAndKeepsCounting)
                         blockOf(4, {131998, -1, -1, 133998, 1999, 1999}, large, {{1, 1}}, {0, 3})}));
 }
 
+TEST_F(ArrayListBuild, PutsAPointOnAnEdgeIntoTheBoxAboveItWhereGridsMeet)
+{
+    const std::vector<PlainArray> plain = {
+        plainArray({{0, 0, 0}, {1500, 1500, 1500}, {999, 0, 0}, {0, 999, 0}, {0, 0, 999}, {999, 999, 999}}),
+        plainArray({{10, 10, 10}, {999, 10, 10}, {10, 999, 10}, {10, 10, 999}, {999, 999, 999}}, {}, 2)};
+    ASSERT_TRUE(build(plain));
+    expectBytes(support::buildPlainly(plain).blockFile);
+}
+
 TEST_F(ArrayListBuild, OfOneArrayDiffersFromTheArrayInTheSortAlone)
 {
     const PlainArray plain = tagged(plainArray({{0, 0, 0}, {1500, 0, 0}, {1, 0, 0}}, {4, 18}), 3);

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <new>
 #include <sstream>
 
 using namespace support;
@@ -223,6 +224,29 @@ TEST_F(HostileArea, APointFileThatGivesNoBlockHasNoPoints)
     area.boundary = {{-1, -1, 0}, {14, -1, 0}, {14, 14, 0}, {-1, 14, 0}};
     setArea(area);
     EXPECT_TRUE(calcGrid());
+    EXPECT_TRUE(m_area->quadPrisms.isEmpty());
+}
+
+TEST_F(HostileArea, AReaderThatRunsOutOfMemoryGivesNoResult)
+{
+    class Exhausted : public ptCloud::PtCloud_DataSetFile
+    {
+    public:
+        const ptCloud::stPtCloud_PointArray *readBlock(int /*key*/) override { throw std::bad_alloc(); }
+    };
+    Exhausted reader;
+    writeMesh({{1, 1, 12}, {3, 1, 12}, {1, 3, 12}}, {{0, 1, 2}});
+    ASSERT_TRUE(reader.setFile(m_dir.filePath(QStringLiteral("mesh"))) && reader.openFile());
+    setArea(square(0, 4, 10, 1));
+    ASSERT_TRUE(calcDtm());
+    ASSERT_FALSE(m_area->prisms.isEmpty());
+    m_list.setDTMFile(&reader);
+    EXPECT_TRUE(m_list.doCalc(ptCloud::VolumeCalc_DTM));
+    EXPECT_FALSE(m_area->dtmCalculated);
+    EXPECT_TRUE(m_area->prisms.isEmpty());
+    m_list.setGridFile(&reader);
+    EXPECT_TRUE(m_list.doCalc(ptCloud::VolumeCalc_GRID));
+    EXPECT_FALSE(m_area->gridCalculated);
     EXPECT_TRUE(m_area->quadPrisms.isEmpty());
 }
 
