@@ -288,6 +288,12 @@ TEST_F(LasHostile, IsClosedByTheHost)
     EXPECT_EQ(xyz, std::vector<float>(3, 7.0F));
     ASSERT_TRUE(loads(bytes.bytes, 3));
     EXPECT_EQ(walk(m_las, 0), bytes.records(0, 10));
+
+    m_las.close();
+    const LasBytes newer(soundLas(4, 5, 3).bytes());
+    ASSERT_TRUE(loads(newer.bytes, 3));
+    EXPECT_EQ(m_las.getFileHead_ver_1_2(), nullptr) << "of the file before";
+    EXPECT_EQ(walk(m_las, 4), newer.records(0, 5));
 }
 
 TEST_F(LasHostile, IsOpenedByTheHostAfterAFailedLoad)

@@ -60,6 +60,20 @@ TEST_F(DataSetMemory, IsAlwaysOpen)
     expectBlocks(m_memory, sample(2));
 }
 
+TEST_F(DataSetMemory, GivesItsMemoryBackWhenItIsCleared)
+{
+    BlockFile large;
+    large.columns = {0};
+    large.blocks = {large.makeBlock(1, 600000)};
+    ASSERT_TRUE(take(m_memory, large));
+    const qint64 before = support::peakMemory();
+    for (int i = 0; i < 40; ++i) {
+        ASSERT_TRUE(m_memory.makeFromFile(&m_file));
+        m_memory.clear();
+    }
+    EXPECT_LT(support::peakMemory() - before, 100LL << 20) << "of ten megabytes each time";
+}
+
 TEST_F(DataSetMemory, TakesEveryBlockOfAFileWhichStaysOpen)
 {
     ASSERT_TRUE(take(m_memory, sample()));

@@ -222,6 +222,21 @@ protected:
 };
 
 #ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
+TEST_F(LasBuildScarcity, OfMemoryHoldsABatchOfBlocksWhereNotAllOfThem)
+{
+    Places places;
+    for (int i = 0; i < 1000000; ++i)
+        places.push_back({i / 62500 * 2000, 0, 0});
+    add(fileOf(places), 100000);
+    {
+        const support::AddressSpaceLimit limit(rlim_t{64} << 20);
+        ASSERT_TRUE(limit.holds());
+        EXPECT_TRUE(build(allColumns()));
+    }
+    EXPECT_EQ(built().blocks.size(), 16U);
+    EXPECT_EQ(QFileInfo(path()).size(), 16 + 4 * 17 + 16 * (28 + 12) + 1000000 * 81);
+}
+
 TEST_F(LasBuildScarcity, OfMemoryFailsWithALine)
 {
     addPoints(1000000);
