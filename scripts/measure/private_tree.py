@@ -8,7 +8,8 @@ from pathlib import Path
 # Optimised a little: a change that makes no difference mostly makes none in the object code either, and so shows itself.
 # An index beyond a container's end ends the program instead of reading whatever lies there.
 OPTIONS = ["-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O1", "-DPOINTS_CLOUD_BUILD_BENCH=OFF", "-DPOINTS_CLOUD_BUILD_WORKER=OFF",
-           "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DPOINTS_CLOUD_LIBRARY_OPTIONS=-D_GLIBCXX_ASSERTIONS", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST"]
+           "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DPOINTS_CLOUD_LIBRARY_OPTIONS=-D_GLIBCXX_ASSERTIONS",
+           "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST"]
 
 
 class PrivateTree:
