@@ -51,7 +51,7 @@ TEST_F(ArrayListBuild, PutsAPointOnAnEdgeIntoTheBoxAboveItWhereGridsMeet)
 {
     const std::vector<PlainArray> plain = {
         plainArray({{0, 0, 0}, {1500, 1500, 1500}, {999, 0, 0}, {0, 999, 0}, {0, 0, 999}, {999, 999, 999}}),
-        plainArray({{10, 10, 10}, {999, 10, 10}, {10, 999, 10}, {10, 10, 999}, {999, 999, 999}}, {}, 2)};
+        plainArray({{10, 10, 10}, {10, 10, 999}, {10, 999, 10}, {999, 10, 10}, {999, 999, 999}}, {}, 2)};
     ASSERT_TRUE(build(plain));
     expectBytes(support::buildPlainly(plain).blockFile);
 }

@@ -221,15 +221,20 @@ protected:
     static std::vector<quint32> allColumns() { return {0, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18}; }
 };
 
+/// A suite of its own: memory that an earlier test of the process has freed is no longer short.
+class LasBuildBatches : public LasBuildScarcity
+{
+};
+
 #ifdef SUPPORT_CAN_LIMIT_ADDRESS_SPACE
-TEST_F(LasBuildScarcity, OfMemoryHoldsABatchOfBlocksWhereNotAllOfThem)
+TEST_F(LasBuildBatches, FitIntoMemoryThatDoesNotHoldAllBlocks)
 {
     Places places;
     for (int i = 0; i < 1000000; ++i)
         places.push_back({i / 62500 * 2000, 0, 0});
     add(fileOf(places), 100000);
     {
-        const support::AddressSpaceLimit limit(rlim_t{64} << 20);
+        const support::AddressSpaceLimit limit(rlim_t{44} << 20);
         ASSERT_TRUE(limit.holds());
         EXPECT_TRUE(build(allColumns()));
     }
