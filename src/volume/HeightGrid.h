@@ -25,7 +25,6 @@ public:
     /// `mostCells`, or a step of `cellSize` no longer moves a coordinate. May throw `std::bad_alloc`.
     bool layOut(const AreaPolygon &area, float cellSize);
 
-    bool isEmpty() const { return m_present == 0; }
     /// Cells in the grid.
     std::size_t size() const { return m_present; }
 
