@@ -1,6 +1,9 @@
 // What a project costs by the number of its data sets: each command done once for every one of them.
 //
 //   many_data_sets DIR COUNT
+//
+// A command that takes a new name compares it with every name there is: make, rename, copy and merge so take the longer
+// the more there are, by 0.1 to 0.3 ms for each thousand.
 
 #include "Growth.h"
 
