@@ -18,7 +18,7 @@ namespace support
 /// Makes a LAS file tell of more variable length headers than a small memory holds. They lie in a hole.
 inline bool announceManyLasHeads(const QString &path)
 {
-    constexpr quint32 heads = 2000000;
+    constexpr quint32 heads = 4000000;
     QByteArray bytes = readFile(path);
     putAt(bytes, 100, heads);
     return writeFile(path, bytes) && QFile::resize(path, 227 + heads * 54LL + 1000);
