@@ -23,6 +23,7 @@ usage() {
 
 build() {
     cd "$root"
+    scripts/setup.sh test
     exec 8> "$root/build/$1.lock"
     flock 8
     [ -f "build/$1/build.ninja" ] || cmake --preset "$1" > /dev/null
