@@ -17,11 +17,12 @@ const ToldRule aBuildThatStays = {"what a builder has written stays, and is no f
                                   "write reserve seek truncate close read", "", "inside/built/target", false};
 const ToldRule blocksThatAreLeftOut = {"a block that can't be read is left out of a volume", "read seek memory", "",
                                        "inside/(built/out.*|project/a/earth.volume)"};
+const ToldRule aTemporaryDirectoryThatStays = {"a temporary directory that can't be listed or emptied stays",
+                                               "remove list look open memory", "",
+                                               "inside/tmp/ptcloud-[^/]*(/volume)?"};
 const ToldRule entriesThatAreForgotten = {"what does not load is forgotten by the next save, with a warning",
                                           "open read seek list look memory", "",
                                           "inside/project/(.ptcloud/)?points_cloud.pcproj"};
-const ToldRule aSaveThatIsCut = {"a save that is cut leaves a shortened file", "write close", "",
-                                 "inside/project/a/earth.volume"};
 const ToldRule aLockThatStays = {"a lock of a program that has ended holds nobody", "remove look list", "",
                                  "inside/project/.ptcloud/lock"};
 const ToldRule aDirectoryThatStays = {"whether the directory of a data set goes is not looked at",
@@ -52,7 +53,7 @@ const FaultRow files[] = {
      "0",
      "1",
      "inside/built/out.volume",
-     {blocksThatAreLeftOut}},
+     {blocksThatAreLeftOut, aTemporaryDirectoryThatStays}},
     {"DemoLas", "ptcloud demo-las @/built/out.las --points 3000", "0", "1", ""},
 };
 
@@ -92,7 +93,7 @@ const FaultRow projects[] = {
      "0",
      "1",
      SAVED "|inside/project/a/earth.volume",
-     {entriesThatAreForgotten, blocksThatAreLeftOut, aSaveThatIsCut, aLockThatStays}},
+     {entriesThatAreForgotten, blocksThatAreLeftOut, aLockThatStays, aTemporaryDirectoryThatStays}},
 };
 
 INSTANTIATE_TEST_SUITE_P(PtcloudFiles, Faults, ::testing::ValuesIn(files), support::FaultRowName());

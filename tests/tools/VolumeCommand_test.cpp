@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
 #include <QTemporaryDir>
@@ -203,6 +204,21 @@ TEST_F(VolumeCommand, StoresResultsAndShowsThemWithoutTheSource)
     const PtcloudRun shown = run({QStringLiteral("--show"), out, QStringLiteral("--json")});
     ASSERT_EQ(shown.exitCode, 0) << shown.errors.constData();
     EXPECT_EQ(shown.json(), first.json());
+}
+
+TEST_F(VolumeCommand, RefusesPointsThatCantAllBeRead)
+{
+    // A column of triangles that no block has: the file opens, and its points stay where they are.
+    BlockFile file;
+    file.columns = {0, 2};
+    file.blocks = {file.makeBlock(1, 3)};
+    ASSERT_TRUE(writeFile(path("points"), file.bytes()));
+    const QString out = path("earth.volume");
+    const PtcloudRun refused = run({QStringLiteral("--points"), path("points"), QStringLiteral("--areas"),
+                                    areas(square(R"("name":"pit","ground_height":3)")), QStringLiteral("--out"), out});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(refused.errors.contains("block 1 of")) << refused.errors.constData();
+    EXPECT_FALSE(QFileInfo::exists(out));
 }
 
 TEST_F(VolumeCommand, PrintsATableThatPeopleCanRead)

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonObject>
+#include <QTemporaryDir>
 
 #include <memory>
 #include <string>
@@ -45,14 +46,22 @@ void setPath(VolumeCalcAreaList &list, const QString &path)
     list.setFile(info.absoluteDir(), info.fileName());
 }
 
-/// Looks at the source as far as the report needs.
+/// Looks at the source as far as the report needs. Reads all of it: a calculation leaves out what can't be read, and
+/// does not tell.
 VolumeSource lookAt(PtCloud_DataSetFile &file)
 {
     VolumeSource source;
     const auto blocks = file.getBlockInfos();
     source.blocks = blocks.size();
-    for (const auto &block : blocks)
-        source.points += std::get<1>(block);
+    for (auto block = blocks.cbegin(); block != blocks.cend(); ++block) {
+        const auto points = std::get<1>(*block);
+        source.points += points;
+        if (points != 0 && file.readBlock(block.key()) == nullptr) {
+            throw CommandError(QStringLiteral("block %1 of %2 can't be read, so that no volume would be right")
+                                   .arg(block.key())
+                                   .arg(quoted(file.getFilepath())));
+        }
+    }
     if (file.getColumns().contains(EDataSetColumn_Triangle) && source.blocks == 1) {
         const stPtCloud_PointArray *block = file.readBlock(blocks.firstKey());
         source.triangles = block == nullptr ? 0 : block->m_triangleCount;
@@ -72,17 +81,32 @@ void refuseToReplace(const QString &out, const QStringList &sources)
     }
 }
 
-/// Stores the list where it says and reads it back: the library does not tell of a disk that filled up meanwhile.
+/// The bytes of a volume file that holds the list, read back: the library does not tell of a disk that filled up.
+QByteArray bytesOf(const VolumeCalcAreaList &list)
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("volume"));
+    VolumeCalcAreaList written(list);
+    setPath(written, path);
+    if (!directory.isValid() || !written.saveToFile())
+        return {};
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (bytes.size() != file.size() || !written.loadFromFile()
+        || toJson(rowsAsStored(written)) != toJson(rowsAsStored(list)))
+        return {};
+    return bytes;
+}
+
+/// Made elsewhere and put in place in one step: the library writes in place, and what stood there would be lost with a
+/// disk that is full.
 void store(const VolumeCalcAreaList &list, const QString &out)
 {
-    VolumeCalcAreaList stored(list);
-    if (!list.saveToFile())
-        throw CommandError(QStringLiteral("%1 can't be written").arg(quoted(out)));
-    if (!stored.loadFromFile() || toJson(rowsAsStored(stored)) != toJson(rowsAsStored(list))) {
-        // What is left holds no volumes, and would be in the way of the next run.
-        QFile::remove(out);
-        throw CommandError(QStringLiteral("%1 was not written whole; is there room on the disk?").arg(quoted(out)));
-    }
+    const QByteArray bytes = bytesOf(list);
+    if (bytes.isEmpty())
+        throw CommandError(
+            QStringLiteral("%1 can't hold the volumes; is there room on the disk?").arg(quoted(QDir::tempPath())));
+    writeText(out, bytes);
 }
 
 void draw(const Console &console, const VolumeCalcAreaList &list, const QString &path)
