@@ -33,8 +33,8 @@ protected:
         made.userData = static_cast<quint8>(3 * number + 1);
         made.pointSourceId = static_cast<quint16>(500 + number);
         made.gpsTime = 0.25 * number + 1e5;
-        made.red = static_cast<quint16>(4099 * number + 300);
-        made.green = static_cast<quint16>(977 * number + 65535);
+        made.red = static_cast<quint16>(4099U * static_cast<quint32>(number) + 300U);
+        made.green = static_cast<quint16>(977U * static_cast<quint32>(number) + 65535U);
         made.blue = static_cast<quint16>(31 * number);
         made.wavePacketDescriptorIndex = static_cast<quint8>(number + 7);
         made.byteOffsetToWaveformData = 0x100000000ULL + static_cast<quint64>(number);
