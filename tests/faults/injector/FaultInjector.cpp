@@ -95,7 +95,7 @@ Record *mapRecord(const char *path)
     const long file = syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CLOEXEC);
     if (file < 0)
         return nullptr;
-    const long at = syscall(SYS_mmap, nullptr, sizeof(Record), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    const long at = syscall(SYS_mmap, nullptr, sizeof(Record), PROT_READ | PROT_WRITE, MAP_SHARED, file, off_t{0});
     syscall(SYS_close, file);
     return at < 0 && at > -4096 ? nullptr : reinterpret_cast<Record *>(at);
 }
