@@ -39,7 +39,7 @@ QByteArray readProjectFile(const QString &path)
 {
     QFile file(path);
     if (file.open(QIODevice::ReadOnly)) {
-        const QByteArray bytes = file.readAll();
+        QByteArray bytes = file.readAll();
         if (file.error() == QFileDevice::NoError && bytes.size() == file.size())
             return bytes;
     } else if (!file.exists()) {

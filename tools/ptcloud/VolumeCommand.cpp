@@ -91,7 +91,7 @@ QByteArray bytesOf(const VolumeCalcAreaList &list)
     if (!directory.isValid() || !written.saveToFile())
         return {};
     QFile file(path);
-    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     if (bytes.size() != file.size() || !written.loadFromFile()
         || toJson(rowsAsStored(written)) != toJson(rowsAsStored(list)))
         return {};
