@@ -33,7 +33,8 @@ bool isWhole(const QFileInfoList &entries, const QDir &directory)
 {
     std::error_code error;
     int count = 0;
-    std::filesystem::directory_iterator it(directory.absolutePath().toStdU16String(), error);
+    // From UTF-8, which any name can be told in: other conversions throw where one is no sound text.
+    std::filesystem::directory_iterator it(std::filesystem::u8path(directory.absolutePath().toStdString()), error);
     for (; !error && it != std::filesystem::directory_iterator(); it.increment(error))
         ++count;
     return !error && count == entries.size();
