@@ -163,6 +163,7 @@ private:
     stPtCloud_PointArray m_buffer;
     unsigned int m_bufferPoints = 0;    ///< points that fit the buffer
     unsigned int m_bufferTriangles = 0; ///< triangles that fit the buffer
+    bool m_lacksTriangles = false;      ///< the column is listed, and no block has any: none can be read
 };
 
 } // namespace ptCloud

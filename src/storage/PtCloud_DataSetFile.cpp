@@ -115,6 +115,7 @@ bool PtCloud_DataSetFile::openFile()
                 points = std::max(points, block.pointCount);
                 triangles = std::max(triangles, block.triangleCount);
             }
+            m_lacksTriangles = triangles == 0 && m_columns.contains(EDataSetColumn_Triangle);
             if (reallocBufMems(points, triangles != 0, triangles))
                 return true;
         }
@@ -305,7 +306,7 @@ bool PtCloud_DataSetFile::readToBufBlock(int key)
     m_buffer.m_triangleCount = head.triangleCount;
     // Nothing to read; and a damaged file can list very many columns for very many empty blocks.
     if (head.pointCount == 0 && head.triangleCount == 0)
-        return m_buffer.m_triangle != nullptr || !m_columns.contains(EDataSetColumn_Triangle);
+        return !m_lacksTriangles;
     for (const ColumnTraits &traits : unlistedArrays) {
         if (!readBytes(traits.get(m_buffer), runBytes(traits, m_buffer)))
             return false;
