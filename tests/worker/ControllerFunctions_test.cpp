@@ -8,6 +8,7 @@
 #include "PtCloud_ContourFile.h"
 
 #include <QImage>
+#include <QJsonDocument>
 
 #include <set>
 
@@ -21,31 +22,38 @@ using namespace support;
 namespace
 {
 
-class WorkerFunctions : public ControllerWorkerTest, public ::testing::WithParamInterface<WorkerFunction>
+/// What a function makes of the points, as far as they tell it beforehand.
+class WorkerProducts : public ControllerWorkerTest
 {
 protected:
-    /// Expects that the function makes of the points what they tell beforehand.
-    void expectProducts()
+    /// Expects that the file is one of the function's products, and whole.
+    void expectWhole(const WorkerFunction &function, const QString &path)
     {
-        const WorkerFunction &function = GetParam();
-        const QString result = destination(function.product);
-        ASSERT_EQ(run(function, parametersOf(function)), ActResult_Success) << m_progress.m_text.toStdString();
         switch (function.product) {
         case Product::Mesh:
-            expectMesh(result);
+            expectMesh(path);
             break;
         case Product::Split:
-            expectSplit(result);
+            expectSplit(function, path);
             break;
         case Product::Sample:
-            EXPECT_EQ(inFile(result).points, std::lround(pointCount() * sampledPercent / 100));
+            EXPECT_EQ(inFile(path).points, std::lround(pointCount() * sampledPercent / 100));
             break;
         case Product::Terrain:
-            expectMesh(result);
-            expectTerrain();
+            expectPartOfTerrain(path);
             break;
         }
     }
+    QStringList terrainFiles()
+    {
+        const QString map = site().createEmptyLocatedContent_Dem_HeightMap();
+        const QFileInfo place(map);
+        return {site().createEmptyLocatedContent_Dem_Mesh(), map, site().createEmptyLocatedContent_Dem_Contour(),
+                site().createEmptyLocatedContent_Dem_Classify(),
+                place.dir().filePath(QStringLiteral(".%1.json").arg(place.fileName()))};
+    }
+
+private:
     void expectMesh(const QString &path) const
     {
         const Contents mesh = inFile(path);
@@ -53,23 +61,58 @@ protected:
         EXPECT_GT(mesh.triangles, mesh.points / 4);
         EXPECT_GE(mesh.points, 3U);
     }
-    void expectSplit(const QString &path) const
+    void expectSplit(const WorkerFunction &function, const QString &path) const
     {
         const Contents split = inFile(path);
         EXPECT_EQ(split.points, pointCount());
         EXPECT_GE(split.blocks, 1);
-        EXPECT_TRUE(GetParam().blocks == 0 || split.blocks == GetParam().blocks) << split.blocks;
+        EXPECT_TRUE(function.blocks == 0 || split.blocks == function.blocks) << split.blocks;
     }
-    void expectTerrain()
+    void expectPartOfTerrain(const QString &path)
     {
-        EXPECT_LE(inFile(site().createEmptyLocatedContent_Dem_Mesh()).points, pointCount());
-        const QImage map(site().createEmptyLocatedContent_Dem_HeightMap());
-        EXPECT_EQ(std::max(map.width(), map.height()), mapPixels);
-        PtCloud_ContourFile contours;
-        contours.setFile(site().createEmptyLocatedContent_Dem_Contour());
-        EXPECT_TRUE(contours.openFile());
-        EXPECT_FALSE(contours.contourGroup1().isEmpty() && contours.contourGroup2().isEmpty());
-        EXPECT_EQ(inFile(site().createEmptyLocatedContent_Dem_Classify()).points, pointCount());
+        switch (terrainFiles().indexOf(path)) {
+        case 0:
+            expectMesh(path);
+            EXPECT_LE(inFile(path).points, pointCount());
+            break;
+        case 1: {
+            const QImage map(path);
+            EXPECT_EQ(std::max(map.width(), map.height()), mapPixels);
+            break;
+        }
+        case 2: {
+            PtCloud_ContourFile contours;
+            contours.setFile(path);
+            EXPECT_TRUE(contours.openFile());
+            EXPECT_FALSE(contours.contourGroup1().isEmpty() && contours.contourGroup2().isEmpty());
+            break;
+        }
+        case 3:
+            EXPECT_EQ(inFile(path).points, pointCount());
+            break;
+        case 4: {
+            QFile place(path);
+            EXPECT_TRUE(place.open(QIODevice::ReadOnly));
+            EXPECT_TRUE(QJsonDocument::fromJson(place.readAll()).isObject());
+            break;
+        }
+        default:
+            ADD_FAILURE() << path.toStdString();
+        }
+    }
+};
+
+class WorkerFunctions : public WorkerProducts, public ::testing::WithParamInterface<WorkerFunction>
+{
+protected:
+    void expectProducts()
+    {
+        const WorkerFunction &function = GetParam();
+        const QString result = destination(function.product);
+        ASSERT_EQ(run(function, parametersOf(function)), ActResult_Success) << m_progress.m_text.toStdString();
+        const QStringList files = function.product == Product::Terrain ? terrainFiles() : QStringList(result);
+        for (const QString &file : files)
+            expectWhole(function, file);
     }
 };
 
@@ -79,7 +122,7 @@ const WorkerFunction &functionOf(EPtCloud_Function id)
                          [id](const WorkerFunction &function) { return function.id == id; });
 }
 
-class WorkerStages : public ControllerWorkerTest
+class WorkerStages : public WorkerProducts
 {
 protected:
     void SetUp() override
@@ -87,23 +130,14 @@ protected:
         ControllerWorkerTest::SetUp();
         usePoints(smallSurvey(1500));
     }
-    /// Expects that there is no new result; of a terrain whose products are written one by one, none but whole
-    /// products.
+    /// Expects that what is new is whole: a worker that was stopped late had written it all.
     void expectNoHalfResult(const WorkerFunction &function, const QStringList &before)
     {
-        // Who is killed while writing can't clear up; the next run does.
-        QStringList files = filesOfSite();
-        for (const QString &part : files.filter(QStringLiteral(".part")))
-            files.removeOne(part);
-        if (function.product != Product::Terrain) {
-            EXPECT_EQ(files, before);
-            keepOfSite(before);
-            return;
+        for (const QString &file : filesOfSite()) {
+            // Who is killed while writing can't clear up; the next run does.
+            if (!before.contains(file) && !file.contains(QStringLiteral(".part")))
+                expectWhole(function, m_project + QStringLiteral("/site/") + file);
         }
-        const QString mesh = destination(Product::Terrain);
-        EXPECT_TRUE(!QFileInfo::exists(mesh) || inFile(mesh).triangles > 0);
-        const QString classes = site().createEmptyLocatedContent_Dem_Classify();
-        EXPECT_TRUE(!QFileInfo::exists(classes) || inFile(classes).points == pointCount());
         keepOfSite(before);
     }
     /// What the worker goes through with this function.
@@ -116,6 +150,29 @@ protected:
         return watcher.stages();
     }
 #ifdef Q_OS_LINUX
+    /// Makes the worker stay where it is, and waits until it does. False if it has ended.
+    static bool halt(qint64 worker)
+    {
+        if (::kill(static_cast<pid_t>(worker), SIGSTOP) != 0)
+            return false;
+        for (;;) {
+            const char state = stateOf(worker);
+            if (state == 'T')
+                return true;
+            if (state == 'Z' || state == 0)
+                return false;
+            QThread::msleep(1);
+        }
+    }
+    /// As the system's list of processes shows it; 0 if there is none.
+    static char stateOf(qint64 process)
+    {
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(process));
+        const QByteArray line = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
+        // Behind the program's name in brackets.
+        const int state = line.lastIndexOf(')') + 2;
+        return state < line.size() ? line[state] : '\0';
+    }
     /// Runs the function and cancels it as soon as the worker is in the stage, where it is made to stay. False if the
     /// worker was not seen there.
     bool cancelIn(const WorkerFunction &function, const QString &stage)
@@ -127,7 +184,7 @@ protected:
                 found = workers();
             if (isThere || found.isEmpty() || BlockWatcher::stageOf(text) != stage)
                 return;
-            isThere = ::kill(static_cast<pid_t>(found.first()), SIGSTOP) == 0;
+            isThere = halt(found.first());
         });
         m_progress.m_wantsCancel = [&isThere] { return isThere.load(); };
         const EEPtCloudActResult result = run(function, parametersOf(function));
