@@ -18,8 +18,8 @@ namespace support
 {
 
 /// Reads all that a worker writes into the block of a run, beside the host that looks ten times a second. Two threads
-/// hold the block's lock in turn, and neither lets go of it before the other one waits for it: so the worker that waits
-/// behind them writes one message, and can't write the next before that one was read, however busy the machine is.
+/// hold the block's lock in turn, and neither lets go of it before the other one is about to wait for it: so the worker
+/// that waits behind them writes one message, and can't write the next before that one was read, on a busy machine too.
 class BlockWatcher
 {
 public:
@@ -80,8 +80,10 @@ private:
             QThread::msleep(1);
         while (!m_isOver) {
             m_isWaiting[self] = true;
-            if (!block.lock())
+            if (!block.lock()) {
+                m_isOver = true; // or the other one would hold its lock for this one
                 return;
+            }
             m_isWaiting[self] = false;
             look(static_cast<const char *>(block.constData()));
             awaitOther(m_isWaiting[1 - self]);

@@ -130,9 +130,13 @@ protected:
         ControllerWorkerTest::SetUp();
         usePoints(smallSurvey(1500));
     }
-    /// Expects that what is new is whole: a worker that was stopped late had written it all.
-    void expectNoHalfResult(const WorkerFunction &function, const QStringList &before)
+    /// Expects that nothing is new before the stage that writes the result. There, a worker that was stopped late has
+    /// written it all: then it is whole. A terrain's products are written one by one.
+    void expectNoHalfResult(const WorkerFunction &function, const QString &stage, const QStringList &before)
     {
+        if (function.product != Product::Terrain && !stage.startsWith(QStringLiteral("writing "))) {
+            EXPECT_EQ(filesOfSite(), before);
+        }
         for (const QString &file : filesOfSite()) {
             // Who is killed while writing can't clear up; the next run does.
             if (!before.contains(file) && !file.contains(QStringLiteral(".part")))
@@ -192,7 +196,7 @@ protected:
         EXPECT_EQ(result, isThere ? ActResult_Cancelled : ActResult_Success);
         return isThere;
     }
-    /// A busy machine may not let the watcher look between two messages: then the run is done once more.
+    /// A watcher that the machine holds up for more than a moment may miss a message: then the run is done once more.
     bool cancelSurelyIn(const WorkerFunction &function, const QString &stage)
     {
         constexpr int tries = 20;
@@ -266,7 +270,7 @@ TEST_F(WorkerStages, LeaveNoHalfResultWhereTheyAreCancelled)
             SCOPED_TRACE(std::string(function.name) + ": " + stage.toStdString());
             EXPECT_TRUE(cancelSurelyIn(function, stage));
             EXPECT_EQ(workers(), QList<qint64>());
-            expectNoHalfResult(function, before);
+            expectNoHalfResult(function, stage, before);
         }
     }
 }
