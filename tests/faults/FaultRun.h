@@ -17,12 +17,8 @@ struct Fault
     bool isLasting = false;
     int number = 1;
 
-    /// Nobody may notice: the call can be made again, or its rest. An interrupted close can't, since the descriptor is
-    /// gone, and whether its last bytes arrived is not told.
-    bool isHarmless() const
-    {
-        return qstrcmp(error, "short") == 0 || (qstrcmp(error, "EINTR") == 0 && qstrcmp(call, "close") != 0);
-    }
+    /// Nobody may notice: the call can be made again, or its rest.
+    bool isHarmless() const { return qstrcmp(error, "EINTR") == 0 || qstrcmp(error, "short") == 0; }
     QByteArray words() const;
 };
 

@@ -27,7 +27,7 @@ const Kind kinds[] = {
     {"truncate", {"EIO", "EINTR"}, {"ENOSPC"}, nullptr},
     {"reserve", {"ENOSPC", "EINTR"}, {"EIO"}, "ENOSPC"},
     {"map", {"ENOMEM"}, {"EACCES"}, nullptr},
-    {"close", {"EIO"}, {"ENOSPC", "EINTR"}, nullptr},
+    {"close", {"EIO", "EINTR"}, {"ENOSPC"}, nullptr},
     {"sync", {"EIO"}, {"ENOSPC"}, nullptr},
     {"rename", {"EIO"}, {"ENOSPC", "EACCES"}, "ENOSPC"},
     {"remove", {"EACCES"}, {"EIO"}, "EACCES"},
@@ -175,7 +175,10 @@ void Faults::expectFailed(const Fault &fault, const Outcome &outcome)
                 || matches(outcome.result, allowed.results))
         << outcome.result.constData() << "\n"
         << outcome.errors.constData();
-    EXPECT_FALSE(fault.isHarmless()) << outcome.result.constData() << "\n" << outcome.errors.constData();
+    // An interrupted close can't be made again, and whether its last bytes arrived is not told: who must notice that
+    // closing failed has to notice this too.
+    const bool isForNobody = fault.isHarmless() && !isAmong(fault.call, GetParam().noticed);
+    EXPECT_FALSE(isForNobody) << outcome.result.constData() << "\n" << outcome.errors.constData();
     EXPECT_EQ(differences(m_stand.before(), either(QString::fromUtf8(GetParam().leaves), allowed.paths)), "")
         << "told failure: " << outcome.result.constData();
     const DiskState now = m_stand.state();
