@@ -16,8 +16,8 @@ cmake --build --preset "$preset" --target points_cloud_fault_tests
 
 # The library stops every worker of this user on the machine: here it sees those of the tests alone.
 own_processes=()
-if unshare -pif --mount-proc true 2>/dev/null; then
-    own_processes=(unshare -pif --mount-proc)
+if unshare -pif --kill-child --mount-proc true 2>/dev/null; then
+    own_processes=(unshare -pif --kill-child --mount-proc)
 fi
 log=build/$preset/faults.log
 status=0
