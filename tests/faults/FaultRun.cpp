@@ -122,6 +122,7 @@ Outcome FaultRunner::runPtcloud(const char *command, const Fault &fault) const
     else
         outcome.end = process.exitCode() <= 1 ? "exit 0" : "exit " + QByteArray::number(process.exitCode());
     outcome.result = QByteArray::number(process.exitCode());
+    outcome.shown = process.readAllStandardOutput();
     outcome.errors = process.readAllStandardError();
     return outcome;
 }

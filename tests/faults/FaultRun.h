@@ -27,6 +27,7 @@ struct Outcome
 {
     QByteArray end;    ///< "exit 0", "signal 11", "hung"
     QByteArray result; ///< what the command told
+    QByteArray shown;  ///< by the command-line host: on standard output
     QByteArray errors; ///< on standard error
     int seen = 0;      ///< calls of the fault's kind
     int failed = 0;    ///< of them

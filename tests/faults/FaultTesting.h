@@ -20,6 +20,7 @@ struct ToldRule
     const char *results = ""; ///< an expression: results that are allowed besides
     const char *paths = "";   ///< an expression: these may be there, differ or be missing
     bool isRepeatable = true; ///< whether a second run must still succeed
+    const char *shown = "";   ///< an expression: what the command-line host may show besides
 };
 
 /// A command, and what the failure table tells of it.
@@ -58,12 +59,14 @@ private:
     void expectFailed(const Fault &fault, const Outcome &outcome);
     void expectRepeatable(const Outcome &failed, const QString &except);
     bool isProgram() const;
+    bool isForNobody(const Fault &fault) const;
     /// The rules that hold for a fault, as one.
     struct Allowed
     {
         QString results;
         QString paths;
         bool isRepeatable = true;
+        QString shown;
     };
     Allowed allowedBy(const Fault &fault) const;
     /// Which entries differ, but for those that match the expression.
@@ -72,6 +75,7 @@ private:
     FaultStand m_stand;
     FaultRunner m_runner{m_stand.inside()};
     QByteArray m_done;      ///< what an undisturbed run tells
+    QByteArray m_shown;     ///< shows
     DiskState m_afterwards; ///< and leaves
     int m_runs = 0;
     int m_reached = 0;

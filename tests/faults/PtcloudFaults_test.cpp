@@ -14,7 +14,14 @@ const ToldRule recordsThatCantBeRead = {
     "a reading error in a LAS file drops records or leaves zeros, and does not fail the build", "read seek", "",
     "inside/(built/target|project/new/Points)"};
 const ToldRule aBuildThatStays = {"what a builder has written stays, and is no file that the host would write over",
-                                  "write reserve seek truncate close read", "", "inside/built/target", false};
+                                  "write reserve seek truncate close read look", "", "inside/built/target", false};
+const ToldRule filesThatDoNotLoad = {"a file that can't be read is shown as one that does not load",
+                                     "open read seek look thread memory",
+                                     "",
+                                     "",
+                                     true,
+                                     ".*does not load: .*"};
+const ToldRule aBuildThatFailsToClose = {"a build whose file fails to close has failed", "close"};
 const ToldRule blocksThatAreLeftOut = {"a block that can't be read is left out of a volume", "read seek memory", "",
                                        "inside/(built/out.*|project/a/earth.volume)"};
 const ToldRule aTemporaryDirectoryThatStays = {"a temporary directory that can't be listed or emptied stays",
@@ -25,6 +32,8 @@ const ToldRule entriesThatAreForgotten = {"what does not load is forgotten by th
                                           "inside/project/(.ptcloud/)?points_cloud.pcproj"};
 const ToldRule aLockThatStays = {"a lock of a program that has ended holds nobody", "remove look list", "",
                                  "inside/project/.ptcloud/lock"};
+const ToldRule aDirectoryOfItsOwn = {
+    "a command that is refused in the end may have made the host's directory first, or not", "look mkdir", "", OWN};
 const ToldRule aDirectoryThatStays = {"whether the directory of a data set goes is not looked at",
                                       "remove list look memory", "", "inside/project/[ab](/.*)?"};
 
@@ -33,7 +42,7 @@ const ToldRule workThatIsDone = {"what was merged, renamed or removed stays so w
                                  "inside/project/([ab]|new)(/.*)?"};
 
 const FaultRow files[] = {
-    {"Las", "ptcloud las @/las/a.las", "0", "1", ""},
+    {"Las", "ptcloud las @/las/a.las", "0", "1", "", {filesThatDoNotLoad}},
     {"Dump", "ptcloud dump @/project/a/Points", "0", "1", ""},
     {"Build",
      "ptcloud build @/built/target @/las/a.las",
@@ -68,7 +77,7 @@ const FaultRow projects[] = {
      "0",
      "1",
      SAVED "|" NEW,
-     {recordsThatCantBeRead, entriesThatAreForgotten, aLockThatStays}},
+     {recordsThatCantBeRead, aBuildThatFailsToClose, entriesThatAreForgotten, aLockThatStays}},
     {"Copy", "ptcloud copy a new -p @/project", "0", "1", SAVED "|" NEW, {entriesThatAreForgotten, aLockThatStays}},
     {"MergeAndRemove",
      "ptcloud merge new a b --remove-sources -p @/project",
@@ -96,7 +105,31 @@ const FaultRow projects[] = {
      {entriesThatAreForgotten, blocksThatAreLeftOut, aLockThatStays, aTemporaryDirectoryThatStays}},
 };
 
+/// What must not be written over stays, also where it can't be looked at.
+const FaultRow refusals[] = {
+    {"BuildOverItsSource", "ptcloud build @/las/a.las @/las/a.las", "1", "1", ""},
+    {"BuildOverOther", "ptcloud build @/las/b.las @/las/a.las", "1", "1", ""},
+    {"ConvertOverItsSource", "ptcloud convert @/las/a.las @/las/a.las", "1", "1", ""},
+    {"ConvertOverOther", "ptcloud convert @/las/a.las @/las/b.las", "1", "1", ""},
+    {"ExportOverOther", "ptcloud export @/project/a/Points @/las/a.las", "1", "1", ""},
+    {"VolumeOverOther",
+     "ptcloud volume --points @/project/a/Points --areas @/areas.geojson --out @/las/a.las",
+     "1",
+     "1",
+     "",
+     {aTemporaryDirectoryThatStays}},
+    {"VolumeOverPoints",
+     "ptcloud volume a --areas @/areas.geojson --csv @/project/b/Points -p @/project",
+     "1",
+     "1",
+     OWN,
+     {aDirectoryOfItsOwn, aLockThatStays}},
+    {"DemoLasOverOther", "ptcloud demo-las @/las/a.las --points 3000", "1", "1", ""},
+    {"NewInProject", "ptcloud new -p @/project", "1", "1", ""},
+};
+
 INSTANTIATE_TEST_SUITE_P(PtcloudFiles, Faults, ::testing::ValuesIn(files), support::FaultRowName());
+INSTANTIATE_TEST_SUITE_P(PtcloudRefusals, Faults, ::testing::ValuesIn(refusals), support::FaultRowName());
 INSTANTIATE_TEST_SUITE_P(PtcloudProjects, Faults, ::testing::ValuesIn(projects), support::FaultRowName());
 
 } // namespace

@@ -165,7 +165,7 @@ TEST_F(LasCommand, TellsWhyAFileDoesNotLoad)
 TEST_F(LasCommand, TellsOfAMissingFileAndOfADirectory)
 {
     const PtcloudRun run({QStringLiteral("las"), path("missing.las"), m_dir.path()});
-    EXPECT_TRUE(run.output.contains("there is no such file"));
+    EXPECT_TRUE(run.output.contains("No such file or directory"));
     EXPECT_TRUE(run.output.contains("it is not a regular file"));
 }
 

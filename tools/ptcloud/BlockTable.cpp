@@ -1,9 +1,9 @@
 #include "BlockTable.h"
 
 #include "ColumnNames.h"
+#include "FileFacts.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonObject>
 
 using namespace ptCloud;
@@ -84,6 +84,7 @@ QJsonArray boxToJson(const pcBoundingBoxf &box)
 void tellBlocks(const Console &console, PtCloud_DataSetFile &file, bool summaryOnly)
 {
     const QString path = file.getFilepath();
+    const qint64 bytes = sizeOfFile(path);
     const QList<BlockRow> rows = readBlockTable(file);
     qint64 points = 0;
     QJsonArray blocks;
@@ -93,8 +94,7 @@ void tellBlocks(const Console &console, PtCloud_DataSetFile &file, bool summaryO
             blocks.append(toJson(row));
     }
     console.line(QStringLiteral("%1: %2 points in %3 blocks, sorted %4, %5 bytes")
-                     .arg(path, grouped(points), grouped(rows.size()), sortName(file.getSortType()),
-                          grouped(QFileInfo(path).size())));
+                     .arg(path, grouped(points), grouped(rows.size()), sortName(file.getSortType()), grouped(bytes)));
     console.line(QStringLiteral("columns: ") + columnNames(file.getColumns()));
     if (!summaryOnly && !rows.isEmpty()) {
         console.line(QStringLiteral("     key     points  triangles         offset  box"));
@@ -105,6 +105,6 @@ void tellBlocks(const Console &console, PtCloud_DataSetFile &file, bool summaryO
                     {QStringLiteral("sort"), static_cast<int>(file.getSortType())},
                     {QStringLiteral("columns"), columnNumbers(file.getColumns())},
                     {QStringLiteral("points"), points},
-                    {QStringLiteral("bytes"), QFileInfo(path).size()},
+                    {QStringLiteral("bytes"), bytes},
                     {QStringLiteral("blocks"), blocks}});
 }

@@ -1,5 +1,6 @@
 #include "ColumnNames.h"
 #include "Commands.h"
+#include "FileFacts.h"
 #include "LasReport.h"
 #include "LibraryLog.h"
 #include "OutputFile.h"
@@ -41,19 +42,17 @@ struct LasFiles
 /// stands there by a slip of the command line.
 void refuseToOverwrite(const QString &out, const std::vector<std::string> &sources)
 {
-    const QFileInfo target(out);
-    if (!target.exists())
+    if (!isThere(out))
         return;
     QStringList paths;
     for (const std::string &source : sources)
         paths << argument(source);
     refuseSource(out, paths);
-    if (!target.isFile())
+    if (!QFileInfo(out).isFile())
         throw CommandError(QStringLiteral("%1 is not a regular file; name another target").arg(quoted(out)));
     const LibraryLog silence;
     PtCloud_DataSetFile file;
-    file.setFile(out);
-    if (target.size() != 0 && !file.openFile())
+    if (sizeOfFile(out) != 0 && !(file.setFile(out) && file.openFile()))
         throw CommandError(
             QStringLiteral("%1 exists and is no sound data set file; remove it first or name another target")
                 .arg(quoted(out)));
@@ -76,22 +75,24 @@ LasFiles load(const BuildOptions &options)
     return las;
 }
 
-void build(PtCloud_DataSetFile &file, const LasFiles &las, const QList<EDataSetColumn> &columns)
+void build(PtCloud_DataSetFile &file, const QString &out, const LasFiles &las, const QList<EDataSetColumn> &columns)
 {
     qint64 all = 0;
     for (const LasReport &report : las.reports)
         all += report.announced;
     const LasBuildLog log(all);
-    if (file.makeDataSet_byLasFile(las.pointers, columns))
+    if (file.setFile(out) && file.makeDataSet_byLasFile(las.pointers, columns))
         return;
-    throw CommandError(QStringLiteral("%1 was not built: %2").arg(quoted(file.getFilepath()), log.why()),
+    throw CommandError(QStringLiteral("%1 was not built: %2").arg(quoted(out), log.why()),
                        QStringLiteral("ActResult_MakeFailed"));
 }
 
 qint64 pointsIn(PtCloud_DataSetFile &file, int &blocks)
 {
     const LibraryLog silence;
-    file.openFile();
+    if (!file.openFile())
+        throw CommandError(QStringLiteral("%1 was built, but can't be read").arg(quoted(file.getFilepath())),
+                           QStringLiteral("ActResult_FileError"));
     QMap<int, std::tuple<unsigned int, pcBoundingBoxf>> map;
     file.getBlocks(map);
     file.closeFile();
@@ -119,11 +120,11 @@ void run(Console &console, const BuildOptions &options)
         console.warn(warning);
 
     PtCloud_DataSetFile file;
-    file.setFile(out);
-    build(file, las, columns);
+    build(file, out, las, columns);
 
     int blocks = 0;
     const qint64 points = pointsIn(file, blocks);
+    const qint64 bytes = sizeOfFile(out);
     if (points < pointsOfFiles) {
         warnings << QStringLiteral(
                         "%1 of %2 points lie outside the range of the last file and were left out; make a data set "
@@ -132,12 +133,12 @@ void run(Console &console, const BuildOptions &options)
         console.warn(warnings.last());
     }
     console.line(QStringLiteral("%1: %2 points in %3 blocks, %4 bytes")
-                     .arg(out, grouped(points), grouped(blocks), grouped(QFileInfo(out).size())));
+                     .arg(out, grouped(points), grouped(blocks), grouped(bytes)));
     console.line(QStringLiteral("columns: ") + columnNames(columns));
     console.object({{QStringLiteral("file"), out},
                     {QStringLiteral("points"), points},
                     {QStringLiteral("blocks"), blocks},
-                    {QStringLiteral("bytes"), QFileInfo(out).size()},
+                    {QStringLiteral("bytes"), bytes},
                     {QStringLiteral("columns"), columnNumbers(columns)},
                     {QStringLiteral("warnings"), QJsonArray::fromStringList(warnings)}});
 }

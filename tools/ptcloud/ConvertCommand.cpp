@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "FileFacts.h"
 #include "LasInput.h"
 #include "LasOutput.h"
 #include "LasReport.h"
@@ -234,9 +235,9 @@ QJsonObject sideFile(const LasInput &las, const Triple &shift)
 /// Something else than the side file of an earlier run must not be lost to a slip.
 void refuseForeign(const QString &side)
 {
-    QFile file(side);
-    if (!file.exists())
+    if (!isThere(side))
         return;
+    QFile file(side);
     const bool isOurs = file.open(QIODevice::ReadOnly)
                         && QJsonDocument::fromJson(file.readAll()).object().contains(QLatin1String("shift"));
     if (!isOurs)

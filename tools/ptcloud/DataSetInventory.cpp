@@ -2,6 +2,7 @@
 
 #include "BlockTable.h"
 #include "ContourReport.h"
+#include "FileFacts.h"
 #include "VolumeReport.h"
 
 #include <QFileInfo>
@@ -13,7 +14,7 @@ FileRow summarise(const QString &name, PtCloud_DataSetFile &file)
 {
     FileRow row;
     row.name = name;
-    row.bytes = QFileInfo(file.getFilepath()).size();
+    row.bytes = sizeOfFile(file.getFilepath());
     if (!file.openFile())
         throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(file.getFilepath())));
     const QList<BlockRow> blocks = readBlockTable(file);

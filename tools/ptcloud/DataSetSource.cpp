@@ -1,5 +1,7 @@
 #include "DataSetSource.h"
 
+#include "FileFacts.h"
+
 #include "PtCloudDataSet.h"
 
 #include <QFileInfo>
@@ -66,8 +68,8 @@ DataSetSource::~DataSetSource()
 
 void DataSetSource::refuseToOverwrite(const QString &target) const
 {
-    const QString path = QFileInfo(target).canonicalFilePath();
-    const QString project = m_session == nullptr ? QString() : QFileInfo(m_session->dir()).canonicalFilePath();
+    const QString path = realPath(target);
+    const QString project = m_session == nullptr ? QString() : realPath(m_session->dir());
     if (!path.isEmpty() && !project.isEmpty() && path.startsWith(project + QLatin1Char('/')))
         throw CommandError(QStringLiteral("%1 belongs to the project and would be overwritten; name another target")
                                .arg(quoted(target)));

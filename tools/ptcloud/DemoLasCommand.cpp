@@ -2,8 +2,6 @@
 #include "DemoSurvey.h"
 #include "LasOutput.h"
 
-#include <QFileInfo>
-
 #include <memory>
 #include <optional>
 #include <string>
@@ -56,7 +54,7 @@ void run(const Console &console, const DemoOptions &options)
                     {QStringLiteral("format"), options.format},
                     {QStringLiteral("version"), argument(options.version)},
                     {QStringLiteral("order"), argument(options.order)},
-                    {QStringLiteral("bytes"), QFileInfo(out).size()}});
+                    {QStringLiteral("bytes"), las.bytes()}});
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include "PtCloud_DataSetFile.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -206,8 +205,8 @@ void run(const Console &console, const ExportOptions &options)
     writer->commit();
 
     const QList<EDataSetColumn> dropped = writer->dropped();
-    console.line(QStringLiteral("%1: %2 points, %3 bytes")
-                     .arg(plan.path, grouped(plan.points), grouped(QFileInfo(plan.path).size())));
+    console.line(
+        QStringLiteral("%1: %2 points, %3 bytes").arg(plan.path, grouped(plan.points), grouped(writer->bytes())));
     if (!dropped.isEmpty())
         console.line(QStringLiteral("dropped: ") + columnNames(dropped));
     console.object({{QStringLiteral("file"), plan.path},

@@ -35,6 +35,8 @@ public:
         return m_piece;
     }
 
+    qint64 bytes() const { return m_flushed + m_piece.size(); }
+
     void commit()
     {
         flush();
@@ -47,6 +49,7 @@ private:
     {
         if (m_file.write(m_piece) != m_piece.size() || !m_file.flush())
             fail();
+        m_flushed += m_piece.size();
         m_piece.resize(0);
     }
     [[noreturn]] void fail() const
@@ -57,6 +60,7 @@ private:
 
     QSaveFile m_file;
     QByteArray m_piece;
+    qint64 m_flushed = 0;
 };
 
 /// A file with a row for each point: x, y, z, then the other columns.
@@ -83,6 +87,7 @@ public:
     }
 
     void commit() override { m_file.commit(); }
+    qint64 bytes() const override { return m_file.bytes(); }
 
 protected:
     virtual void appendCoordinate(QByteArray &row, double coordinate) const = 0;
@@ -184,6 +189,7 @@ public:
     }
 
     void commit() override { m_las.commit(); }
+    qint64 bytes() const override { return m_las.bytes(); }
 
     QList<EDataSetColumn> dropped() const override
     {

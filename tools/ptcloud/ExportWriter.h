@@ -44,6 +44,8 @@ public:
     /// Their corners are numbers of points in the file.
     virtual void addTriangles(const std::vector<ptCloud::stTriangle> &) {}
     virtual void commit() = 0;
+    /// Of the file so far.
+    virtual qint64 bytes() const = 0;
     /// The columns that the file has no room for.
     virtual QList<ptCloud::EDataSetColumn> dropped() const = 0;
 };

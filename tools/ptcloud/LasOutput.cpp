@@ -1,6 +1,7 @@
 #include "LasOutput.h"
 
 #include "Console.h"
+#include "FileFacts.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -144,7 +145,7 @@ int LasOutput::recordSize(int format)
 
 void LasOutput::refuseToOverwrite(const QString &path)
 {
-    if (!QFileInfo::exists(path))
+    if (!isThere(path))
         return;
     constexpr int generatorAt = 26 + 32;
     QFile file(path);

@@ -38,6 +38,8 @@ public:
     /// The largest record holds the fields of all formats; a format takes those that it has.
     void add(const stLasRecord_fmt_5 &record);
     quint32 points() const { return m_points; }
+    /// Of the file so far, as it is written out.
+    qint64 bytes() const { return headBytes().size() + qint64(m_points) * recordSize(m_head.format); }
     /// Writes the header, and puts the file in its place.
     void commit();
 

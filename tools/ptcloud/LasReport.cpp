@@ -41,9 +41,7 @@ QString toText(const LasReport::Triple &values)
 QString whyRefused(const QString &path)
 {
     const QFileInfo info(path);
-    if (!info.exists())
-        return QStringLiteral("there is no such file");
-    if (!info.isFile())
+    if (info.exists() && !info.isFile())
         return QStringLiteral("it is not a regular file");
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -75,7 +73,8 @@ QString whyRefused(const QString &path)
         return QStringLiteral("its points are compressed; write it uncompressed first");
     if (head.pointDataFormatId > 5)
         return QStringLiteral("its point format %1 is not read; formats 0 to 5 are").arg(head.pointDataFormatId);
-    return QStringLiteral("its read-ahead buffers could not be made (is memory short?)");
+    return QStringLiteral(
+        "it could not be read, though its header is sound (are memory, threads or open files short?)");
 }
 
 void warnOfScaleAndOffset(LasReport &report)

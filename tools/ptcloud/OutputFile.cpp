@@ -1,8 +1,8 @@
 #include "OutputFile.h"
 
 #include "Console.h"
+#include "FileFacts.h"
 
-#include <QFileInfo>
 #include <QSaveFile>
 
 namespace
@@ -31,9 +31,9 @@ void writeText(const QString &path, const QByteArray &text)
 
 void refuseSource(const QString &path, const QStringList &sources)
 {
-    const QString target = QFileInfo(path).canonicalFilePath();
+    const QString target = realPath(path);
     for (const QString &source : sources) {
-        if (!target.isEmpty() && QFileInfo(source).canonicalFilePath() == target) {
+        if (!target.isEmpty() && realPath(source) == target) {
             throw CommandError(QStringLiteral("%1 is one of the files to read and would be overwritten; name another "
                                               "target")
                                    .arg(quoted(path)));

@@ -1,5 +1,6 @@
 #include "ProjectSession.h"
 
+#include "FileFacts.h"
 #include "LibraryLog.h"
 #include "OutputFile.h"
 #include "StrayFiles.h"
@@ -42,7 +43,7 @@ QByteArray readProjectFile(const QString &path)
         QByteArray bytes = file.readAll();
         if (file.error() == QFileDevice::NoError && bytes.size() == file.size())
             return bytes;
-    } else if (!file.exists()) {
+    } else if (!isThere(path)) {
         return {};
     }
     throw CommandError(QStringLiteral("%1 can't be read: %2").arg(quoted(path), file.errorString()));
@@ -147,7 +148,7 @@ void ProjectSession::create(const QString &dir)
 {
     const QString path = pathIn(dir, projectFile);
     const QString own = pathIn(dir, QLatin1String(ownDirectory));
-    if (QFile::exists(path))
+    if (isThere(path))
         throw CommandError(QStringLiteral("%1 is a project already").arg(quoted(dir)));
     if (!QDir().mkpath(own))
         throw CommandError(QStringLiteral("%1 can't be made").arg(quoted(own)));
@@ -164,7 +165,7 @@ ProjectSession::ProjectSession(const Console &console, const ProjectOptions &opt
 {
     const LibraryLog silence;
     const QString path = pathIn(m_dir, projectFile);
-    if (!QFile::exists(path) && !QFile::exists(copyPath(m_dir)))
+    if (!isThere(path) && !isThere(copyPath(m_dir)))
         throw CommandError(QStringLiteral("%1 is no project; make one with: ptcloud new -p DIR").arg(quoted(m_dir)));
     lock();
     if (options.recover)

@@ -1,6 +1,7 @@
 #include "AreasFile.h"
 #include "Commands.h"
 #include "DataSetSource.h"
+#include "FileFacts.h"
 #include "LibraryLog.h"
 #include "OutputFile.h"
 #include "VolumeReport.h"
@@ -75,7 +76,7 @@ void refuseToReplace(const QString &out, const QStringList &sources)
     refuseSource(out, sources);
     VolumeCalcAreaList old;
     setPath(old, out);
-    if (QFileInfo(out).size() > 0 && (!old.loadFromFile() || old.isEmpty())) {
+    if (isThere(out) && sizeOfFile(out) > 0 && (!old.loadFromFile() || old.isEmpty())) {
         throw CommandError(
             QStringLiteral("%1 exists and holds no volumes; remove it first or name another target").arg(quoted(out)));
     }
