@@ -45,6 +45,9 @@ FaultRunner::FaultRunner(const QString &directory) : m_directory(directory)
 {
     m_record.open();
     m_record.resize(64);
+    QFile::copy(QStringLiteral(PTCLOUD_PROGRAM), m_programs.filePath(QStringLiteral("ptcloud")));
+    QFile::link(QStringLiteral(SCRIPTED_WORKER_DIR "/open3d_wrapper"),
+                m_programs.filePath(QStringLiteral("open3d_wrapper")));
     m_host.setProcessEnvironment(withInjector(directory));
     m_host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
 }
@@ -112,7 +115,7 @@ Outcome FaultRunner::runPtcloud(const char *command, const Fault &fault) const
     words.replaceInStrings(QStringLiteral("@"), m_directory);
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(PTCLOUD_PROGRAM), words);
+    process.start(m_programs.filePath(QStringLiteral("ptcloud")), words);
     const bool isOver = process.waitForFinished(mostMilliseconds);
     Outcome outcome;
     if (!isOver)

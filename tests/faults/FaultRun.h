@@ -4,6 +4,7 @@
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 
 namespace support
@@ -54,7 +55,8 @@ private:
     Outcome runPtcloud(const char *command, const Fault &fault) const;
 
     QString m_directory;
-    QTemporaryFile m_record; ///< the injector's two counters
+    QTemporaryFile m_record;  ///< the injector's two counters
+    QTemporaryDir m_programs; ///< the command-line host, and beside it a worker that does as it is told
     QProcess m_host;
 };
 

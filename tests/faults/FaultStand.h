@@ -18,6 +18,7 @@ namespace support
 ///
 ///     inside/las/{a,b}.las            registered is a
 ///     inside/project/                 with the data sets a, which has every kind of content, and b
+///     inside/littered/                a project with files in it that an opening would delete
 ///     inside/built/target             what builders write over
 ///     inside/{home,tmp}               of the program that is tried
 ///     outside/                        canaries
@@ -126,8 +127,9 @@ private:
         project.lasFiles = {{QStringLiteral("a.las"), lasPath}};
         project.dataSets = {{QStringLiteral("a"), QStringLiteral("a")}, {QStringLiteral("b"), QStringLiteral("b")}};
         DiskState state;
-        for (const char *directory : {"inside", "inside/las", "inside/project", "inside/project/a", "inside/project/b",
-                                      "inside/built", "inside/home", "inside/tmp", "outside", "outside/a"})
+        for (const char *directory :
+             {"inside", "inside/las", "inside/project", "inside/project/a", "inside/project/b", "inside/built",
+              "inside/littered", "inside/littered/b", "inside/home", "inside/tmp", "outside", "outside/a"})
             state[QLatin1String(directory)] = "directory";
         state[QStringLiteral("outside/canary")] = "sings";
         state[QStringLiteral("outside/a/Points")] = points(1, 10);
@@ -138,6 +140,11 @@ private:
         state[QStringLiteral("inside/home/script")] = "copy\nexit 0";
         state[QStringLiteral("inside/project/points_cloud.pcproj")] = project.bytes();
         state[QStringLiteral("inside/project/b/Points")] = points(2, 1200);
+        project.dataSets.erase(project.dataSets.begin());
+        state[QStringLiteral("inside/littered/points_cloud.pcproj")] = project.bytes();
+        state[QStringLiteral("inside/littered/b/Points")] = points(1, 10);
+        state[QStringLiteral("inside/littered/b/notes.txt")] = "of the surveyor";
+        state[QStringLiteral("inside/littered/notes.txt")] = "of the surveyor";
         const auto put = [&state](const char *name, const QByteArray &bytes) {
             state[QLatin1String("inside/project/a/") + QLatin1String(name)] = bytes;
         };

@@ -8,7 +8,7 @@ namespace
 {
 
 #define NEW "inside/project/new(/.*)?"
-#define OWN "inside/project/\\.ptcloud(/.*)?"
+#define OWN "inside/(project|littered)/\\.ptcloud(/.*)?"
 
 const ToldRule recordsThatCantBeRead = {
     "a reading error in a LAS file drops records or leaves zeros, and does not fail the build", "read seek", "",
@@ -31,7 +31,18 @@ const ToldRule entriesThatAreForgotten = {"what does not load is forgotten by th
                                           "open read seek list look memory", "",
                                           "inside/project/(.ptcloud/)?points_cloud.pcproj"};
 const ToldRule aLockThatStays = {"a lock of a program that has ended holds nobody", "remove look list", "",
-                                 "inside/project/.ptcloud/lock"};
+                                 "inside/(project|littered)/.ptcloud/lock"};
+const ToldRule aProductThatIsDone = {"a product that is made stays where it can't be read back to be shown",
+                                     "open read seek look list memory", "", "", false};
+const ToldRule whatStoodThereBefore = {"what stood there before and can't be removed or put back is named, and stays",
+                                       "remove rename", "", "inside/project/a/dem.*(\\.before)?", false};
+const ToldRule thinnedPoints = {"thinned points that can't be put in place stay, and are named",
+                                "open read seek look list memory", "", "", false};
+const ToldRule pointsOutOfPlace = {"points that can't be moved or removed lie beside the data set's other files",
+                                   "rename remove", "", "inside/project/a/(Points|tmp_points.*)", false};
+const ToldRule aTemporaryFileThatStays = {
+    "a file that is being written can't be removed from a disk that is gone: the next run names it", "remove", "",
+    "inside/project/a/earth.volume\\.[A-Za-z]{6}", false};
 const ToldRule aDirectoryOfItsOwn = {
     "a command that is refused in the end may have made the host's directory first, or not", "look mkdir", "", OWN};
 const ToldRule aDirectoryThatStays = {"whether the directory of a data set goes is not looked at",
@@ -97,12 +108,37 @@ const FaultRow projects[] = {
      "1",
      SAVED,
      {entriesThatAreForgotten, aLockThatStays, aDirectoryThatStays, workThatIsDone}},
+    {"Mesh",
+     "ptcloud mesh a new --method alpha -p @/project",
+     "0",
+     "1",
+     OWN "|inside/project/a/new.mesh",
+     {aProductThatIsDone, aLockThatStays}},
+    {"Terrain",
+     "ptcloud dem a --only mesh -p @/project",
+     "0",
+     "1",
+     OWN "|inside/project/a/dem.demmesh",
+     {whatStoodThereBefore, aLockThatStays}},
+    {"TerrainThatFails",
+     "ptcloud dem a --only height-map -p @/project",
+     "1",
+     "1",
+     OWN,
+     {aDirectoryOfItsOwn, whatStoodThereBefore, aLockThatStays}},
+    {"Sample",
+     "ptcloud sample a -p @/project",
+     "0",
+     "1",
+     OWN "|inside/project/a/tmp_points",
+     {thinnedPoints, pointsOutOfPlace, aLockThatStays}},
     {"Volume",
      "ptcloud volume a --areas @/areas.geojson -p @/project",
      "0",
      "1",
      SAVED "|inside/project/a/earth.volume",
-     {entriesThatAreForgotten, blocksThatAreLeftOut, aLockThatStays, aTemporaryDirectoryThatStays}},
+     {entriesThatAreForgotten, blocksThatAreLeftOut, aLockThatStays, aTemporaryDirectoryThatStays,
+      aTemporaryFileThatStays}},
 };
 
 /// What must not be written over stays, also where it can't be looked at.
@@ -125,6 +161,13 @@ const FaultRow refusals[] = {
      OWN,
      {aDirectoryOfItsOwn, aLockThatStays}},
     {"DemoLasOverOther", "ptcloud demo-las @/las/a.las --points 3000", "1", "1", ""},
+    {"ListLittered",
+     "ptcloud list -p @/littered",
+     "1",
+     "1",
+     "inside/littered/.ptcloud(/.*)?",
+     {aDirectoryOfItsOwn, aLockThatStays}},
+    {"InspectLittered", "ptcloud inspect @/littered/b", "1", "1", ""},
     {"NewInProject", "ptcloud new -p @/project", "1", "1", ""},
 };
 

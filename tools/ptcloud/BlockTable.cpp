@@ -16,8 +16,9 @@ quint32 readTriangleCount(QFile &file, qint64 blockOffset)
 {
     constexpr qint64 triangleCountAt = 8;
     quint32 count = 0;
-    if (file.seek(blockOffset + triangleCountAt))
-        file.read(reinterpret_cast<char *>(&count), sizeof count);
+    if (!file.seek(blockOffset + triangleCountAt)
+        || file.read(reinterpret_cast<char *>(&count), sizeof count) != static_cast<qint64>(sizeof count))
+        throw CommandError(QStringLiteral("%1 can't be read: %2").arg(quoted(file.fileName()), file.errorString()));
     return count;
 }
 

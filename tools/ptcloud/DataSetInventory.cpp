@@ -3,6 +3,7 @@
 #include "BlockTable.h"
 #include "ContourReport.h"
 #include "FileFacts.h"
+#include "StrayFiles.h"
 #include "VolumeReport.h"
 
 #include <QFileInfo>
@@ -97,12 +98,24 @@ public:
         addHeightMap();
         addContours();
         addVolumes();
+        warnOfUntold();
         m_console.object(m_object);
     }
 
 private:
+    /// What did not load, or can't be read now, is left out of all that is told.
+    void warnOfUntold() const
+    {
+        const QDir directory = QFileInfo(m_dataSet.getFilePath_Points()).absoluteDir();
+        for (const QString &name : filesIn(directory.path())) {
+            if (isContentName(name) && !m_told.contains(name))
+                m_console.warn(QStringLiteral("%1 can't be read").arg(quoted(directory.filePath(name))));
+        }
+    }
+
     void add(const char *kind, const char *key, const FileRow &row)
     {
+        m_told << row.name;
         print(m_console, QLatin1String(kind), row);
         m_object.insert(QLatin1String(key), toJson(row));
     }
@@ -112,6 +125,8 @@ private:
         const QList<FileRow> rows = summarise(files);
         for (const FileRow &row : rows)
             print(m_console, QLatin1String(kind), row);
+        for (const PtCloud_DataSetFile *file : files)
+            m_told << QFileInfo(file->getFilepath()).fileName();
         m_object.insert(QLatin1String(key), toJson(rows));
     }
 
@@ -119,7 +134,7 @@ private:
     void addTerrain(const char *kind, const char *key, PtCloud_DataSetFile &file)
     {
         m_object.insert(QLatin1String(key), QJsonValue());
-        if (file.isValid() && file.openFile())
+        if (file.openFile())
             add(kind, key, summarise(QFileInfo(file.getFilepath()).fileName(), file));
         file.closeFile();
     }
@@ -130,6 +145,7 @@ private:
         m_object.insert(QStringLiteral("heightMap"), QJsonValue());
         if (image == nullptr)
             return;
+        m_told << QFileInfo(m_dataSet.getFilePath_Dem_HeightMap()).fileName();
         m_console.line(QStringLiteral("height map %1 x %2 pixels").arg(image->width()).arg(image->height()));
         m_object.insert(QStringLiteral("heightMap"), QJsonObject{{QStringLiteral("width"), image->width()},
                                                                  {QStringLiteral("height"), image->height()}});
@@ -141,6 +157,7 @@ private:
         m_object.insert(QStringLiteral("contours"), QJsonValue());
         if (!contours.openFile())
             return;
+        m_told << QFileInfo(contours.getFilepath()).fileName();
         m_console.line(QStringLiteral("contours   %1 and %2 heights")
                            .arg(grouped(contours.contourGroup1().size()), grouped(contours.contourGroup2().size())));
         m_object.insert(QStringLiteral("contours"), contoursToJson(contours));
@@ -155,11 +172,15 @@ private:
                 m_console.line(QStringLiteral("  ") + line);
         }
         m_object.insert(QStringLiteral("volumes"), ::toJson(rows));
+        VolumeCalcAreaList stored(*m_dataSet.getContent_EarthVolume());
+        if (stored.loadFromFile() && ::toJson(rowsAsStored(stored)) == ::toJson(rows))
+            m_told << QStringLiteral("earth.volume");
     }
 
     const Console &m_console;
     const PtCloudDataSet &m_dataSet;
     QJsonObject m_object;
+    QStringList m_told; ///< files
 };
 
 } // namespace

@@ -2,8 +2,10 @@
 
 #include "Commands.h"
 #include "DataSetInventory.h"
+#include "FileFacts.h"
 #include "FunctionMethods.h"
 #include "LibraryLog.h"
+#include "OutputFile.h"
 #include "ProjectSession.h"
 #include "WorkerProgress.h"
 
@@ -84,15 +86,15 @@ struct Target
 class FunctionRun
 {
 public:
-    FunctionRun(PtCloud_Controller &controller, PtCloudDataSet &dataSet, std::vector<Target> targets)
-        : m_controller(controller), m_dataSet(dataSet), m_targets(std::move(targets)),
-          m_directory(QFileInfo(dataSet.getFilePath_Points()).absoluteDir()), m_before(files())
+    FunctionRun(const Console &console, PtCloud_Controller &controller, PtCloudDataSet &dataSet,
+                std::vector<Target> targets)
+        : m_console(console), m_controller(controller), m_dataSet(dataSet), m_targets(std::move(targets)),
+          m_directory(QFileInfo(dataSet.getFilePath_Points()).absolutePath()), m_before(filesIn(m_directory, true))
     {}
 
     void run(EPtCloud_Function function, const QVariantList &parameters)
     {
-        for (const Target &target : m_targets)
-            QFile::rename(target.path, asideOf(target));
+        setAside();
         WorkerProgress progress(m_dataSet.getName());
         // The three commands of the library do the same for every function.
         const stControlParam_DataSet_Do_Mesh wanted{nameOf(), m_targets.front().path, function, parameters};
@@ -102,8 +104,11 @@ public:
             result = ActResult_Cancelled;
         const QString broken = result == ActResult_Success ? brokenTarget() : QString();
         if (result == ActResult_Success && broken.isEmpty()) {
-            for (const Target &target : m_targets)
-                QFile::remove(asideOf(target));
+            for (const QString &path : qAsConst(m_setAside)) {
+                if (!QFile::remove(asideOf(path)))
+                    m_console.warn(
+                        QStringLiteral("%1, which stood there before, can't be removed").arg(quoted(asideOf(path))));
+            }
             return;
         }
         putBack();
@@ -118,7 +123,7 @@ public:
     }
 
 private:
-    static QString asideOf(const Target &target) { return target.path + QStringLiteral(".before"); }
+    static QString asideOf(const QString &path) { return path + QStringLiteral(".before"); }
     QString nameOf() const
     {
         const auto dataSets = m_controller.getDataSets();
@@ -132,25 +137,44 @@ private:
         }
         return {};
     }
-    QStringList files() const { return m_directory.entryList(QDir::Files | QDir::Hidden); }
-    void putBack()
+    void setAside()
     {
         for (const Target &target : m_targets) {
-            QFile::remove(target.path);
-            QFile::rename(asideOf(target), target.path);
-        }
-        m_directory.refresh();
-        for (const QString &file : files()) {
-            if (!m_before.contains(file))
-                m_directory.remove(file);
+            if (!m_before.contains(QFileInfo(target.path).fileName()))
+                continue;
+            if (!moveFile(target.path, asideOf(target.path))) {
+                putBack();
+                throw CommandError(QStringLiteral("%1 can't be set aside for the run").arg(quoted(target.path)));
+            }
+            m_setAside << target.path;
         }
     }
+    /// What can't be put back stays where it is, and goes with nothing else that is new.
+    void putBack()
+    {
+        QStringList stuck;
+        for (const QString &path : qAsConst(m_setAside)) {
+            if (!moveFile(asideOf(path), path))
+                stuck << asideOf(path);
+        }
+        for (const QString &name : filesIn(m_directory, true)) {
+            const QString path = m_directory + QLatin1Char('/') + name;
+            if (!m_before.contains(name) && !stuck.contains(path))
+                QFile::remove(path);
+        }
+        if (!stuck.isEmpty())
+            throw CommandError(QStringLiteral("the function failed, and what was there before could not be put back; "
+                                              "it is %1")
+                                   .arg(quoted(stuck.join(QStringLiteral(", ")))));
+    }
 
+    const Console &m_console;
     PtCloud_Controller &m_controller;
     PtCloudDataSet &m_dataSet;
     std::vector<Target> m_targets;
-    QDir m_directory;
-    QStringList m_before;
+    QString m_directory;
+    QStringList m_before;   ///< the files in it
+    QStringList m_setAside; ///< targets that stood there
 };
 
 void tellContent(const Console &console, const QString &name, PtCloud_DataSetFile &file)
@@ -186,7 +210,7 @@ void makeContent(const Console &console, const FunctionRequest &request, const P
         throw CommandError(QStringLiteral("data set %1 can't take a %2: the name is taken or is no plain one")
                                .arg(quoted(argument(request.name)), quoted(result)),
                            QStringLiteral("ActResult_NameExists"));
-    FunctionRun(session.controller(), dataSet, {{target->getFilepath(), isSoundDataSet}})
+    FunctionRun(console, session.controller(), dataSet, {{target->getFilepath(), isSoundDataSet}})
         .run(method.function, parameters);
     PtCloud_DataSetFile *const file = target.release();
     (dataSet.*products.add)(result, file);
@@ -211,15 +235,21 @@ void samplePoints(const Console &console, const FunctionRequest &request)
     PtCloudDataSet &dataSet = session.dataSet(name);
     const QString target = dataSet.createEmptyLocatedContent_Points();
     try {
-        FunctionRun(session.controller(), dataSet, {{target, isSoundDataSet}}).run(method.function, parameters);
+        FunctionRun(console, session.controller(), dataSet, {{target, isSoundDataSet}})
+            .run(method.function, parameters);
     } catch (const CommandError &) {
         if (!request.result.empty() && session.controller().doCmd_DataSet_Remove({name}) == ActResult_Success)
             session.save();
         throw;
     }
     dataSet.updateContent_Points();
-    if (QFileInfo::exists(target))
-        throw CommandError(QStringLiteral("%1 could not be put in the place of the points").arg(quoted(target)));
+    if (isThere(target)) {
+        const QString points = dataSet.getFilePath_Points();
+        const QString lost =
+            QStringLiteral(", which lie beside it: give the right ones the name %1").arg(quoted(points));
+        throw CommandError(QStringLiteral("%1 could not be put in the place of the points%2")
+                               .arg(quoted(target), isThere(points) ? QString() : lost));
+    }
     tellContent(console, name, *dataSet.getContent_PointDataSetFile());
 }
 
@@ -267,7 +297,7 @@ void makeTerrain(const Console &console, const FunctionRequest &request)
     if (!paths[1].isEmpty())
         targets.push_back({sideFileOf(paths[1]), isSoundOrMissing});
     const QVariantList parameters{paths[0], paths[1], request.pixels, paths[2], request.contours, paths[3]};
-    FunctionRun(session.controller(), dataSet, targets).run(Function_dem, parameters);
+    FunctionRun(console, session.controller(), dataSet, targets).run(Function_dem, parameters);
     for (const TerrainProduct &product : terrainProducts) {
         if (isWanted(product))
             (dataSet.*product.attach)();

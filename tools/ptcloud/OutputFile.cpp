@@ -5,6 +5,9 @@
 
 #include <QSaveFile>
 
+#include <filesystem>
+#include <system_error>
+
 namespace
 {
 
@@ -27,6 +30,14 @@ void writePicture(const QString &path, const QImage &image)
 void writeText(const QString &path, const QByteArray &text)
 {
     writeWhole(path, [&text](QSaveFile &file) { return file.write(text) == text.size(); });
+}
+
+bool moveFile(const QString &from, const QString &to)
+{
+    std::error_code error;
+    std::filesystem::rename(std::filesystem::u8path(from.toStdString()), std::filesystem::u8path(to.toStdString()),
+                            error);
+    return !error;
 }
 
 void refuseSource(const QString &path, const QStringList &sources)

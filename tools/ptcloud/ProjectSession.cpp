@@ -218,14 +218,14 @@ void ProjectSession::keepCopy() const
 
 void ProjectSession::refuseStrays(const QMap<QString, QString> &dataSets, bool sweep) const
 {
-    QStringList strays = QDir(m_dir).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
+    QStringList strays = filesIn(m_dir);
     for (int i = strays.size() - 1; i >= 0; --i) {
         if (QString::compare(strays[i], projectFile, Qt::CaseInsensitive) == 0)
             strays.removeAt(i);
     }
     for (const QString &name : dataSets) {
         const QDir directory(pathIn(m_dir, name));
-        if (name.isEmpty() || !directory.exists(QStringLiteral("Points")))
+        if (name.isEmpty() || !isThere(directory.filePath(QStringLiteral("Points"))))
             continue;
         for (const QString &file : strayFilesOfDataSet(directory))
             strays << name + QLatin1Char('/') + file;

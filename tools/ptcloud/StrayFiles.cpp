@@ -1,6 +1,7 @@
 #include "StrayFiles.h"
 
 #include "Console.h"
+#include "FileFacts.h"
 #include "LibraryLog.h"
 
 #include "PtCloud_DataSetFile.h"
@@ -24,14 +25,18 @@ bool isFixedName(const QString &name)
     });
 }
 
-bool isSoundProduct(const QFileInfo &entry)
+bool isProductName(const QString &name)
 {
     const char *const suffixes[] = {".mesh", ".split", ".cut"};
-    const bool isProduct = std::any_of(std::begin(suffixes), std::end(suffixes), [&entry](const char *suffix) {
-        return entry.fileName().endsWith(QLatin1String(suffix), Qt::CaseInsensitive);
+    return std::any_of(std::begin(suffixes), std::end(suffixes), [&name](const char *suffix) {
+        return name.endsWith(QLatin1String(suffix), Qt::CaseInsensitive);
     });
+}
+
+bool isSoundProduct(const QString &path)
+{
     PtCloud_DataSetFile file;
-    return isProduct && file.setFile(entry.absoluteFilePath()) && file.openFile();
+    return isProductName(path) && file.setFile(path) && file.openFile();
 }
 
 } // namespace
@@ -40,12 +45,16 @@ QStringList strayFilesOfDataSet(const QDir &directory)
 {
     const LibraryLog silence;
     QStringList strays;
-    const QFileInfoList entries = directory.entryInfoList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo &entry : entries) {
-        if (!isFixedName(entry.fileName()) && !isSoundProduct(entry))
-            strays << entry.fileName();
+    for (const QString &name : filesIn(directory.absolutePath())) {
+        if (!isFixedName(name) && !isSoundProduct(directory.absolutePath() + QLatin1Char('/') + name))
+            strays << name;
     }
     return strays;
+}
+
+bool isContentName(const QString &name)
+{
+    return isFixedName(name) || isProductName(name);
 }
 
 void refuseToSweep(const QDir &directory, const QStringList &strays, bool sweep)

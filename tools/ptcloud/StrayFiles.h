@@ -7,5 +7,8 @@
 /// and cuts that are not sound.
 QStringList strayFilesOfDataSet(const QDir &directory);
 
+/// Whether a file of this name can be a content of a data set.
+bool isContentName(const QString &name);
+
 /// Throws `CommandError`, naming the files, if there are any and `sweep` was not given.
 void refuseToSweep(const QDir &directory, const QStringList &strays, bool sweep);
