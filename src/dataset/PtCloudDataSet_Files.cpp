@@ -10,26 +10,38 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <filesystem>
+#include <system_error>
+
 namespace ptCloud
 {
 
 namespace
 {
 
-/// Removes a directory with all in it. A link to one goes as a link: what it leads to is not ours.
+/// What is at a path, links not followed; `none` where the disk does not tell.
+std::filesystem::file_type kindOf(const QString &path)
+{
+    std::error_code unused;
+    return std::filesystem::symlink_status(std::filesystem::u8path(path.toStdString()), unused).type();
+}
+
+/// Removes a directory with all in it. A link to one goes as a link: what it leads to is not ours. Nothing goes where
+/// it can't be known which of them it is.
 void removeTree(const QString &path)
 {
-    if (QFileInfo(path).isSymLink())
-        QFile::remove(path);
-    else
+    const std::filesystem::file_type kind = kindOf(path);
+    if (kind == std::filesystem::file_type::directory)
         QDir(path).removeRecursively();
+    else if (kind == std::filesystem::file_type::symlink)
+        QFile::remove(path);
 }
 
 /// Where this fails, both files are as before. A move of Qt's copies the bytes where the name can't be changed, and
 /// removes the old file before the last of them have reached the new one.
 bool moveFile(const QString &from, const QString &to)
 {
-    return !QFileInfo::exists(to) && platform::replaceFile(from, to);
+    return kindOf(to) == std::filesystem::file_type::not_found && platform::replaceFile(from, to);
 }
 
 /// Whether copying `source` to `target` would copy it onto or into itself, by whatever path.

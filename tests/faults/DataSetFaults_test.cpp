@@ -26,6 +26,8 @@ const ToldRule pointsUnderAnotherName = {
     "between two moves the old points bear another name, and keep it where nothing "
     "more can be done",
     "rename", "", "inside/project/a/(Points|tmp_points.*)", false};
+const ToldRule aLinkThatStays = {"whether the link goes is not looked at", "remove look memory", "",
+                                 "inside/project/linked"};
 const ToldRule filesThatStay = {"whether a file goes is not looked at; without a look at the directory nothing is done",
                                 "remove look", CONTENTS, "inside/project/a/(.*mesh|dem.*)"};
 
@@ -43,6 +45,7 @@ const FaultRow rows[] = {
      "signals 0",
      "inside/project/a/tmp_points",
      {oldPointsThatStay, pointsUnderAnotherName}},
+    {"RemoveLinked", "remove-linked", "done", "", "", {aLinkThatStays}},
     {"AttachTerrain", "attach-terrain", "true", "false", ""},
     {"RemoveContents", "remove-contents", "north first pit", "", "", {filesThatStay}},
 };

@@ -164,7 +164,8 @@ TEST_F(BlockFileCommands, BuildTellsWhyItFails)
     writer.minimum = writer.maximum = {5000.0, 5000.0, 5000.0};
     ASSERT_TRUE(writer.write(path("outside.las")));
 
-    expectOneErrorLine(PtcloudRun({QStringLiteral("build"), path("out"), path("none.las")}), "No such file or directory");
+    expectOneErrorLine(PtcloudRun({QStringLiteral("build"), path("out"), path("none.las")}),
+                       "No such file or directory");
     expectOneErrorLine(PtcloudRun({QStringLiteral("build"), path("out"), path("outside.las")}),
                        "no point lies in the range");
     expectOneErrorLine(PtcloudRun({QStringLiteral("build"), path("no/such/dir"), las}), "can't be written");

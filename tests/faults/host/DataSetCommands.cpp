@@ -143,6 +143,19 @@ QByteArray removeContents(const QString &directory)
     return site.contents();
 }
 
+/// A data set whose directory is a link to one that lies elsewhere.
+QByteArray removeLinked(const QString &directory)
+{
+    const QString project = directory + QLatin1String("/project");
+    QFile::link(QFileInfo(directory).absolutePath() + QLatin1String("/outside/a"), project + QLatin1String("/linked"));
+    PtCloudDataSet set;
+    set.setDir(project, QStringLiteral("linked"));
+    set.loadFromFile();
+    arm();
+    set.removeFile();
+    return "done";
+}
+
 constexpr Command commands[] = {{"load", load},
                                 {"save-volumes", saveVolumes},
                                 {"calc-grid", calcGrid},
@@ -152,7 +165,8 @@ constexpr Command commands[] = {{"load", load},
                                 {"copy-points", copyPoints},
                                 {"update-points", updatePoints},
                                 {"attach-terrain", attachTerrain},
-                                {"remove-contents", removeContents}};
+                                {"remove-contents", removeContents},
+                                {"remove-linked", removeLinked}};
 
 } // namespace
 
