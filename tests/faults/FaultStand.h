@@ -164,7 +164,7 @@ private:
     static QByteArray areas()
     {
         return R"({"type": "FeatureCollection", "features": [{"type": "Feature",
-            "properties": {"name": "pit", "ground_height": 0, "grid_size": 1},
+            "properties": {"name": "heap", "ground_height": 0, "grid_size": 1},
             "geometry": {"type": "Polygon", "coordinates": [[[0.5, 0.5], [30.5, 0.5], [30.5, 20.5], [0.5, 0.5]]]}}]})";
     }
 

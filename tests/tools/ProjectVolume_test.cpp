@@ -325,6 +325,16 @@ TEST_F(ProjectVolume, CalculatesAreasThatAnotherProgramStored)
     EXPECT_EQ(floatsOf(stored()[0].quadPrisms), cellsOf(area));
 }
 
+TEST_F(ProjectVolume, VolumesThatCanNotBeReadAreNotReplaced)
+{
+    const QByteArray other = "volumes of another program";
+    ASSERT_TRUE(support::writeFile(inProject("site/earth.volume"), other));
+    const PtcloudRun done = run(words("volume site --areas") << areas(feature("heap", sampleArea(4, 1))));
+    EXPECT_EQ(done.exitCode, 1);
+    EXPECT_TRUE(done.errors.contains("earth.volume\" can't be read")) << done.errors.constData();
+    EXPECT_TRUE(sameBytes(readFile(inProject("site/earth.volume")), other));
+}
+
 TEST_F(ProjectVolume, WorksOnAMeshOfTheDataSetAndOnItsTerrain)
 {
     const plain::Area area = sampleArea(4, 1);

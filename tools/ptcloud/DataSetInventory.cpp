@@ -172,8 +172,7 @@ private:
                 m_console.line(QStringLiteral("  ") + line);
         }
         m_object.insert(QStringLiteral("volumes"), ::toJson(rows));
-        VolumeCalcAreaList stored(*m_dataSet.getContent_EarthVolume());
-        if (stored.loadFromFile() && ::toJson(rowsAsStored(stored)) == ::toJson(rows))
+        if (isAsStored(*m_dataSet.getContent_EarthVolume()))
             m_told << QStringLiteral("earth.volume");
     }
 

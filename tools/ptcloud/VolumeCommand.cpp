@@ -93,10 +93,7 @@ QByteArray bytesOf(const VolumeCalcAreaList &list)
         return {};
     QFile file(path);
     QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (bytes.size() != file.size() || !written.loadFromFile()
-        || toJson(rowsAsStored(written)) != toJson(rowsAsStored(list)))
-        return {};
-    return bytes;
+    return bytes.size() == file.size() && isAsStored(written) ? bytes : QByteArray();
 }
 
 /// Made elsewhere and put in place in one step: the library writes in place, and what stood there would be lost with a
@@ -148,6 +145,19 @@ void show(const Console &console, const VolumeOptions &options)
     report(console, options, list, rowsAsStored(list));
 }
 
+/// Of a data set.
+QString volumePath(DataSetSource &source)
+{
+    return QFileInfo(source.file().getFilepath()).dir().filePath(QStringLiteral("earth.volume"));
+}
+
+/// What a file holds and the list does not would be lost with the file that takes its place. A list is empty where its
+/// file did not load.
+bool holdsAllOf(const VolumeCalcAreaList &list, const QString &path)
+{
+    return list.isEmpty() ? sizeOfFile(path) <= bytesOf(list).size() : isAsStored(list);
+}
+
 /// Takes over areas, each in the place of the one of that name.
 void takeAreas(const VolumeCalcAreaList &fresh, VolumeCalcAreaList &list)
 {
@@ -176,7 +186,7 @@ void runCalculation(const Console &console, const VolumeOptions &options, DataSe
     if (!list.doCalc(function))
         throw CommandError(QStringLiteral("%1 can't be read").arg(quoted(source.file().getFilepath())));
     if (source.dataSet() != nullptr)
-        store(list, QFileInfo(source.file().getFilepath()).dir().filePath(QStringLiteral("earth.volume")));
+        store(list, volumePath(source));
     else if (!options.out.empty())
         store(list, argument(options.out));
     report(console, options, list, rowsAfterRun(list, function, facts));
@@ -208,7 +218,12 @@ void calculateOnDataSet(const Console &console, const VolumeOptions &options)
         refuseSource(argument(target), {argument(options.areas)});
         source.refuseToOverwrite(argument(target));
     }
-    runCalculation(console, options, source, *source.dataSet()->getContent_EarthVolume());
+    VolumeCalcAreaList &list = *source.dataSet()->getContent_EarthVolume();
+    const QString path = volumePath(source);
+    if (isThere(path) && !holdsAllOf(list, path))
+        throw CommandError(
+            QStringLiteral("%1 can't be read; put a sound copy in its place, or move it away").arg(quoted(path)));
+    runCalculation(console, options, source, list);
 }
 
 void checkUsage(const VolumeOptions &options)

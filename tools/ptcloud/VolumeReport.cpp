@@ -171,6 +171,12 @@ QList<VolumeRow> rowsAsStored(const VolumeCalcAreaList &list)
     return rows;
 }
 
+bool isAsStored(const VolumeCalcAreaList &list)
+{
+    VolumeCalcAreaList stored(list);
+    return stored.loadFromFile() && toJson(rowsAsStored(stored)) == toJson(rowsAsStored(list));
+}
+
 QStringList toTable(const QList<VolumeRow> &rows)
 {
     int nameWidth = 4;

@@ -35,6 +35,8 @@ QList<VolumeRow> rowsAfterRun(const ptCloud::VolumeCalcAreaList &list, ptCloud::
                               const VolumeSource &source);
 /// A row for each result that is stored, and one for each area without any.
 QList<VolumeRow> rowsAsStored(const ptCloud::VolumeCalcAreaList &list);
+/// Whether the list's file, read again, tells the same.
+bool isAsStored(const ptCloud::VolumeCalcAreaList &list);
 
 /// A table for people, with a head line and, for more than one row, a sum.
 QStringList toTable(const QList<VolumeRow> &rows);
