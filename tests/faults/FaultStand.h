@@ -6,6 +6,7 @@
 #include "DataSetDirectory.h"
 #include "LasWriter.h"
 #include "ProjectFile.h"
+#include "PublishedLas.h"
 #include "VolumeFile.h"
 
 #include <QTemporaryDir>
@@ -17,6 +18,7 @@ namespace support
 /// nobody may touch.
 ///
 ///     inside/las/{a,b}.las            registered is a
+///     inside/las/published.las        with a coordinate system in front of the points, and bytes behind them
 ///     inside/project/                 with the data sets a, which has every kind of content, and b
 ///     inside/littered/                a project with files in it that an opening would delete
 ///     inside/built/target             what builders write over
@@ -108,6 +110,17 @@ private:
         return writer.bytes();
     }
 
+    static QByteArray publishedLas()
+    {
+        PublishedLas writer;
+        writer.variableRecords = {{"LASF_Projection", 34735, QByteArray(72, '\x21')},
+                                  {"LASF_Projection", 34736, QByteArray(400, '\x22')}};
+        writer.points.resize(100);
+        for (std::size_t i = 0; i < writer.points.size(); ++i)
+            writer.points[i].x = static_cast<qint32>(i);
+        return writer.bytes() + QByteArray(5000, '\x23');
+    }
+
     static QByteArray volumes()
     {
         VolumeFile file;
@@ -135,6 +148,7 @@ private:
         state[QStringLiteral("outside/a/Points")] = points(1, 10);
         state[QStringLiteral("inside/las/a.las")] = las(3, 3000);
         state[QStringLiteral("inside/las/b.las")] = las(1, 2000);
+        state[QStringLiteral("inside/las/published.las")] = publishedLas();
         state[QStringLiteral("inside/built/target")] = points(1, 40);
         state[QStringLiteral("inside/areas.geojson")] = areas();
         state[QStringLiteral("inside/home/script")] = "copy\nexit 0";

@@ -62,6 +62,7 @@ const FaultRow files[] = {
      "inside/built/target",
      {recordsThatCantBeRead, aBuildThatStays}},
     {"Convert", "ptcloud convert @/las/a.las @/built/out.las", "0", "1", "inside/built/out.las.json"},
+    {"ConvertPublished", "ptcloud convert @/las/published.las @/built/out.las", "0", "1", "inside/built/out.las.json"},
     {"ExportLas", "ptcloud export @/project/a/Points @/built/out.las", "0", "1", ""},
     {"ExportPly", "ptcloud export @/project/a/roof.mesh @/built/out.ply", "0", "1", ""},
     {"ExportCsv", "ptcloud export @/project/a/Points @/built/out.csv", "0", "1", ""},

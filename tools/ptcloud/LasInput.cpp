@@ -59,6 +59,12 @@ void LasInput::fail(const QString &why) const
     throw CommandError(QStringLiteral("%1 can't be converted: %2").arg(quoted(m_file.fileName()), why));
 }
 
+void LasInput::seek(qint64 position)
+{
+    if (!m_file.seek(position))
+        fail(m_file.errorString());
+}
+
 void LasInput::readHead()
 {
     const QByteArray bytes = m_file.read(headSize_1_4);
@@ -139,22 +145,28 @@ QList<LasInput::VariableRecord> LasInput::variableRecords()
     for (quint32 i = 0; i < m_head.numberOfVariableLengthRecords; ++i) {
         stLasFileVariableLengthHead head = {};
         constexpr auto headSize = static_cast<qint64>(sizeof head);
-        if (!m_file.seek(at) || m_file.read(reinterpret_cast<char *>(&head), headSize) != headSize
-            || at + headSize + head.recordLengthAfterHeader > end)
+        seek(at);
+        const qint64 got = m_file.read(reinterpret_cast<char *>(&head), headSize);
+        if (got != headSize || at + headSize + head.recordLengthAfterHeader > end)
             break;
         const QByteArray bytes =
             QByteArray(reinterpret_cast<const char *>(&head), sizeof head) + m_file.read(head.recordLengthAfterHeader);
+        if (bytes.size() != headSize + head.recordLengthAfterHeader)
+            break;
         const QByteArray userId(head.userId, static_cast<int>(qstrnlen(head.userId, sizeof head.userId)));
         records.append({userId, head.recordId, bytes});
         at += bytes.size();
     }
+    // Where the file just ends, what it tells of is not there; what can't be read must not go lost with that.
+    if (m_file.error() != QFileDevice::NoError)
+        fail(m_file.errorString());
     rewind();
     return records;
 }
 
 void LasInput::rewind()
 {
-    m_file.seek(m_head.offsetToPointData);
+    seek(m_head.offsetToPointData);
     m_buffer.clear();
     m_inBuffer = 0;
     m_done = 0;

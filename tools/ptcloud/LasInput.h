@@ -68,6 +68,7 @@ public:
 
 private:
     [[noreturn]] void fail(const QString &why) const;
+    void seek(qint64 position);
     void readHead();
     void checkPoints();
     bool fill();
