@@ -34,7 +34,7 @@ bool isThere(const QString &path)
 
 QString realPath(const QString &path)
 {
-    const QString real = QFileInfo(path).canonicalFilePath();
+    QString real = QFileInfo(path).canonicalFilePath();
     if (real.isEmpty() && isThere(path))
         throw CommandError(QStringLiteral("%1 can't be looked at").arg(quoted(path)));
     return real;
