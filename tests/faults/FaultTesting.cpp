@@ -200,9 +200,9 @@ void Faults::expectFailed(const Fault &fault, const Outcome &outcome)
     const QString made = QStringLiteral("inside/project/new/Points");
     for (const char *source : {"inside/project/a", "inside/project/b"}) {
         const QString points = QLatin1String(source) + QStringLiteral("/Points");
-        // What it was to make, if anything, is there and whole, and it failed behind that.
-        if (matches(points.toUtf8(), allowed.paths) && !now.contains(points)
-            && now.value(made) == m_afterwards.value(made)) {
+        // It was to go; what was to be made of it, if anything, is there and whole; and the command failed behind that.
+        const bool isDone = !m_afterwards.contains(points) && now.value(made) == m_afterwards.value(made);
+        if (isDone && matches(points.toUtf8(), allowed.paths) && !now.contains(points)) {
             isPastTheWork = true;
             continue;
         }

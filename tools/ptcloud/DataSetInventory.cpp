@@ -134,7 +134,7 @@ private:
     void addTerrain(const char *kind, const char *key, PtCloud_DataSetFile &file)
     {
         m_object.insert(QLatin1String(key), QJsonValue());
-        if (file.openFile())
+        if (file.isValid() && file.openFile())
             add(kind, key, summarise(QFileInfo(file.getFilepath()).fileName(), file));
         file.closeFile();
     }

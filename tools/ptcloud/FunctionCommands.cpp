@@ -149,7 +149,7 @@ private:
             m_setAside << target.path;
         }
     }
-    /// What can't be put back stays where it is, and goes with nothing else that is new.
+    /// Removes what is new, but for what was set aside and can't be put back.
     void putBack()
     {
         QStringList stuck;
