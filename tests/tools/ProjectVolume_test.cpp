@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -333,6 +334,20 @@ TEST_F(ProjectVolume, VolumesThatCanNotBeReadAreNotReplaced)
     EXPECT_EQ(done.exitCode, 1);
     EXPECT_TRUE(done.errors.contains("earth.volume\" can't be read")) << done.errors.constData();
     EXPECT_TRUE(sameBytes(readFile(inProject("site/earth.volume")), other));
+}
+
+TEST_F(ProjectVolume, NumbersThatAreNoneStandInTheWayOfNothing)
+{
+    VolumeFile file;
+    file.areas.emplace_back();
+    file.areas.back().name = QStringLiteral("odd");
+    file.areas.back().groundHeight = std::numeric_limits<double>::quiet_NaN();
+    ASSERT_TRUE(support::writeFile(inProject("site/earth.volume"), file.bytes()));
+    const PtcloudRun info = run(words("info site"));
+    EXPECT_EQ(info.exitCode, 0);
+    EXPECT_FALSE(info.errors.contains("earth.volume")) << info.errors.constData();
+    EXPECT_EQ(volume("volume site", feature("heap", sampleArea(4, 1))).size(), 2);
+    EXPECT_EQ(storedNames(), words("heap odd"));
 }
 
 TEST_F(ProjectVolume, WorksOnAMeshOfTheDataSetAndOnItsTerrain)
